@@ -1,0 +1,19 @@
+# One static library per subsystem folder, so that a subsystem and its tests
+# build without the subsystems that stand above it.
+function(tolmi_add_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_include_directories(${name} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+  target_link_libraries(${name} PUBLIC ${ARG_DEPENDS})
+endfunction()
+
+# A GoogleTest executable; each test runs with the build's bin folder as
+# its module folder unless the test gives another.
+function(tolmi_add_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} tolmi_test_support GTest::gtest GTest::gtest_main)
+  add_dependencies(${name} tolmi_language_files)
+  gtest_discover_tests(${name} WORKING_DIRECTORY ${CMAKE_BINARY_DIR} DISCOVERY_TIMEOUT 60
+    PROPERTIES ENVIRONMENT "TOLMI_TEST_FIXTURES=${CMAKE_BINARY_DIR}/fixtures")
+endfunction()
