@@ -62,6 +62,7 @@ struct RepairSession {
     Flag saving{0};
     Flag saveClockRunning{0};
     Flag finishedJobs{0};
+    Flag awaitingReference{0};  // the prompt for a reference stands (first pass found no movie)
 
     // Objects and paths.
     std::shared_ptr<RepairEngine> engine;

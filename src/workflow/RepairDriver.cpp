@@ -1,0 +1,175 @@
+#include "workflow/RepairDriver.h"
+
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include "avirepair/CRepairAVI.h"
+#include "container/GFile.h"
+#include "movrepair/CRepairMOV.h"
+#include "platform/Environment.h"
+#include "platform/File.h"
+#include "workflow/JobControl.h"
+#include "workflow/RepairSession.h"
+
+namespace tolmi {
+namespace {
+
+constexpr int64_t kDiskReserve = 104857600;  // 100 MiB stay free on the program's drive
+
+std::mutex workerLock;
+std::thread worker;
+
+void failStart(int kind, const char* textKey) {
+    RepairSession& s = Session();
+    s.Ui().showMessage(kind, textKey, "IDS_INFORMATION", DialogButtons::Ok);
+    s.repairing = 0;
+    s.Ui().goHome();
+}
+
+void startWorker() {
+    std::lock_guard guard(workerLock);
+    if (worker.joinable()) worker.join();
+    Session().workerThread = 1;
+    worker = std::thread(repairWorker);
+}
+
+// The way out of a job that gave no result. A Yes still standing belongs to
+// the cancel question of this job: wait until its flow has shown its own
+// message, then return to idle.
+void exitWithoutResult() {
+    RepairSession& s = Session();
+    using namespace std::chrono_literals;
+    while (s.lastAnswer == 1 && s.repairing == 1) std::this_thread::sleep_for(100ms);
+    s.repairing = 0;
+    s.Ui().goHome();
+}
+
+void askUserForReference() {
+    RepairSession& s = Session();
+    s.paused = 0;
+    s.repairing = 0;
+    s.referencePath.clear();
+    s.showWelcome = 1;
+    s.awaitingReference = 1;
+    s.workerThread = 0;
+    s.Ui().askForReference();
+}
+
+int movBranch() {
+    RepairSession& s = Session();
+    s.jobFailed = 0;
+    auto file = std::make_shared<GFile>();
+    auto engine = std::make_shared<CRepairMOV>();
+    s.referenceFile = file;
+    s.engine = engine;
+    s.Ui().showStatus("Analyzing video file...");
+    file->ScanFile(s.scanPath);
+
+    if (!file->movie) {
+        s.referenceFile.reset();
+        if (s.referencePath == s.corruptedPath) {
+            askUserForReference();
+        } else {
+            s.Ui().showMessage(kInformation, "IDS_UNHEALTHY_1", "IDS_INFORMATION", DialogButtons::Ok);
+            s.repairing = 0;
+            s.Ui().goHome();
+        }
+        return 0;
+    }
+
+    engine->ScanMediaData();
+    const std::string dir = TemporaryDir();
+    if (CreateDirectoryPath(dir)) SetHiddenAttribute(dir);
+    const std::string output = JoinPath(dir, "Repaired.mov");
+    DeleteFilePath(output);
+    s.tempOutputPath = output;
+    engine->WriteRepairedFile(s.tempOutputPath, s.corruptedPath);
+
+    if (s.jobFailed || s.jobLive == 0 || s.stopRequested) {
+        exitWithoutResult();
+        return 0;
+    }
+    s.jobLive.exchange(0);
+    s.Ui().showResult();
+    return 0;
+}
+
+int aviBranch() {
+    RepairSession& s = Session();
+    s.jobFailed = 0;
+    s.jobLive = 1;
+    auto engine = std::make_shared<CRepairAVI>();
+    s.engine = engine;
+    if (engine->Repair() == 0) {
+        s.Ui().showMessage(kInformation, "IDS_UNHEALTHY_1", "IDS_INFORMATION", DialogButtons::Ok);
+        s.jobFailed = 1;
+    } else {
+        s.previewDescriptor = AviPreviewDescriptor();
+    }
+    s.workerThread = 0;
+    if (s.jobFailed || s.aviRunAllowed == 0) {
+        s.jobFailed = 0;
+        exitWithoutResult();
+        return 0;
+    }
+    s.Ui().showResult();
+    return 0;
+}
+
+}  // namespace
+
+std::string TemporaryDir() { return JoinPath(Environment::ModuleDir(), "$tmp"); }
+
+std::string AviPreviewDescriptor() {
+    const RepairSession& s = Session();
+    const uint64_t size = s.aviOutputSize;
+    char sizeText[64];
+    if (size / 1073741824 > 0) std::snprintf(sizeText, sizeof sizeText, "%.2f GB", double(size) / 1073741824.0);
+    else std::snprintf(sizeText, sizeof sizeText, "%.2f MB", double(size) / 1048576.0);
+    // 1179011410 is "RIFF" read as a little-endian word; the header stands at 0.
+    return s.aviOutputPath + "$$" + s.corruptedName + "$$" + sizeText + "$$" + std::to_string(1179011410u) + "$$0";
+}
+
+void startRepair() {
+    RepairSession& s = Session();
+    s.repairing = 1;
+    s.progressResetPending = 1;
+    for (Flag* flag : {&s.paused, &s.stopRequested, &s.percent, &s.showWelcome, &s.lastAnswer}) flag->store(0);
+    s.pausedSpan = 0;
+    s.pausedTotal = 0;
+    s.Ui().showRepairPage(s.isMovJob ? "IDS_PLEASE_WAIT_ANALYSING" : "IDS_PLEASE_WAIT");
+
+    if (s.isMovJob && s.referencePath.empty()) {
+        s.referencePath = s.corruptedPath;
+        s.scanPath = s.referencePath;
+    }
+    const std::string& tested = s.isMovJob ? s.referencePath : s.corruptedPath;
+    File file(tested, FileAccess::Read, FileCreation::OpenExisting);
+    if (!file.isOpen()) {
+        failStart(kInformation, s.isMovJob ? "IDS_MOVERROR4" : "IDS_AVIERROR7");
+        return;
+    }
+    const int64_t size = int64_t(file.size().value_or(0));
+    const auto freeSpace = Environment::FreeSpace(Environment::ModuleDir());
+    const int64_t limit = int64_t(freeSpace.value_or(0)) - kDiskReserve;
+    if (size > limit) {
+        file.close();
+        failStart(kDiskSpace, "IDS_ERROR9");
+        return;
+    }
+    file.close();
+    startWorker();
+    s.Ui().startElapsedTimer();
+}
+
+int repairWorker() { return Session().isMovJob ? movBranch() : aviBranch(); }
+
+void waitForWorker() {
+    std::lock_guard guard(workerLock);
+    if (worker.joinable()) worker.join();
+}
+
+}  // namespace tolmi
