@@ -1,0 +1,130 @@
+#include "streams/SPS_265.h"
+
+#include <algorithm>
+#include <climits>
+
+namespace tolmi {
+
+namespace {
+
+int32_t Ue(BitCursor& c) { return int32_t(c.ReadUE()); }
+int32_t Bit(BitCursor& c) { return int32_t(c.ReadBit()); }
+
+int32_t Clamp32(int64_t v) { return int32_t(std::clamp<int64_t>(v, INT32_MIN, INT32_MAX)); }
+
+}  // namespace
+
+bool SPS_265::Parse(const uint8_t* nal, uint32_t length, int32_t searchWidth, int32_t searchHeight) {
+    if (nal == nullptr) length = 0;
+    header.Read(nal, length);
+    BitCursor c({nal, length}, 2);
+    sps_video_parameter_set_id = int32_t(c.ReadBits(4));
+    sps_max_sub_layers_minus1 = int32_t(c.ReadBits(3));
+    sps_temporal_id_nesting_flag = Bit(c);
+    if (!FindPictureSize(c, searchWidth, searchHeight)) return false;
+    if (!ReadBehindPictureSize(c)) return false;
+    Derive();
+    return true;
+}
+
+// profile_tier_level has a length that depends on its flags, so instead of
+// parsing it we try each start byte until sps_seq_parameter_set_id,
+// chroma_format_idc and the picture size read there are plausible and the
+// size matches the one we search (up to the next multiple of the coding
+// block: 1088 lines match 1080).
+bool SPS_265::FindPictureSize(BitCursor& c, int32_t searchWidth, int32_t searchHeight) {
+    if (searchWidth <= 0 || searchHeight <= 0) return false;
+    while (true) {
+        size_t start = c.byteIndex();
+        if (c.atEnd()) return false;
+        bool plausible = false;
+        while (!c.atEnd()) {
+            sps_seq_parameter_set_id = Ue(c);
+            chroma_format_idc = Ue(c);
+            if (uint32_t(sps_seq_parameter_set_id) < 16 && uint32_t(chroma_format_idc) < 4) {
+                plausible = true;
+                break;
+            }
+            c.moveTo(c.byteIndex() + 1);
+        }
+        if (!plausible) return false;
+        separate_colour_plane_flag = chroma_format_idc == 3 ? Bit(c) : 0;
+        ChromaArrayType = separate_colour_plane_flag == 1 ? 0 : chroma_format_idc;
+        pic_width_in_luma_samples = Ue(c);
+        pic_height_in_luma_samples = Ue(c);
+        if (pic_width_in_luma_samples / searchWidth == 1 && pic_height_in_luma_samples / searchHeight == 1)
+            return !c.atEnd();
+        pic_width_in_luma_samples = 0;
+        pic_height_in_luma_samples = 0;
+        c.moveTo(start + 1);
+    }
+}
+
+bool SPS_265::ReadBehindPictureSize(BitCursor& c) {
+    conformance_window_flag = Bit(c);
+    if (conformance_window_flag == 1) {
+        conf_win_left_offset = Ue(c);
+        conf_win_right_offset = Ue(c);
+        conf_win_top_offset = Ue(c);
+        conf_win_bottom_offset = Ue(c);
+    }
+    bit_depth_luma_minus8 = Ue(c);
+    bit_depth_chroma_minus8 = Ue(c);
+    log2_max_pic_order_cnt_lsb_minus4 = Ue(c);
+    sps_sub_layer_ordering_info_present_flag = Bit(c);
+    int32_t first = sps_sub_layer_ordering_info_present_flag == 1 ? 0 : sps_max_sub_layers_minus1;
+    for (int32_t i = first; i <= sps_max_sub_layers_minus1; ++i) {
+        c.ReadUE();  // sps_max_dec_pic_buffering_minus1
+        c.ReadUE();  // sps_max_num_reorder_pics
+        c.ReadUE();  // sps_max_latency_increase_plus1
+    }
+    log2_min_luma_coding_block_size_minus3 = Ue(c);
+    log2_diff_max_min_luma_coding_block_size = Ue(c);
+    log2_min_luma_transform_block_size_minus2 = Ue(c);
+    log2_diff_max_min_luma_transform_block_size = Ue(c);
+    max_transform_hierarchy_depth_inter = Ue(c);
+    max_transform_hierarchy_depth_intra = Ue(c);
+    scaling_list_enabled_flag = Bit(c);
+    if (scaling_list_enabled_flag == 1) sps_scaling_list_data_present_flag = Bit(c);
+    amp_enabled_flag = Bit(c);
+    sample_adaptive_offset_enabled_flag = Bit(c);
+    pcm_enabled_flag = Bit(c);
+    if (pcm_enabled_flag == 1) {
+        pcm_sample_bit_depth_luma_minus1 = int32_t(c.ReadBits(4));
+        pcm_sample_bit_depth_chroma_minus1 = int32_t(c.ReadBits(4));
+        log2_min_pcm_luma_coding_block_size_minus3 = Ue(c);
+        log2_diff_max_min_pcm_luma_coding_block_size = Ue(c);
+        pcm_loop_filter_disabled_flag = Bit(c);
+    }
+    num_short_term_ref_pic_sets = Ue(c);
+    long_term_ref_pics_present_flag = Bit(c);
+    if (long_term_ref_pics_present_flag == 1) {
+        num_long_term_ref_pics_sps = Ue(c);
+        if (num_long_term_ref_pics_sps < 0 || num_long_term_ref_pics_sps > 31) return false;
+        for (int32_t i = 0; i < num_long_term_ref_pics_sps; ++i) {
+            c.ReadBits(int64_t(log2_max_pic_order_cnt_lsb_minus4) + 4);  // lt_ref_pic_poc_lsb_sps
+            c.ReadBit();                                                  // used_by_curr_pic_lt_sps_flag
+        }
+    }
+    sps_temporal_mvp_enabled_flag = Bit(c);
+    strong_intra_smoothing_enabled_flag = Bit(c);
+    vui_parameters_present_flag = Bit(c);
+    return true;
+}
+
+void SPS_265::Derive() {
+    int64_t minCb = int64_t(log2_min_luma_coding_block_size_minus3) + 3;
+    int64_t ctbLog2 = minCb + log2_diff_max_min_luma_coding_block_size;
+    MinCbLog2SizeY = Clamp32(minCb);
+    CtbLog2SizeY = Clamp32(ctbLog2);
+    // Sizes from damaged bytes may be absurd; the shift is kept in range.
+    int64_t ctbSize = int64_t(1) << std::clamp<int64_t>(ctbLog2, 0, 30);
+    CtbSizeY = Clamp32(ctbSize);
+    int64_t widthInCtbs = (int64_t(pic_width_in_luma_samples) + ctbSize - 1) / ctbSize;
+    int64_t heightInCtbs = (int64_t(pic_height_in_luma_samples) + ctbSize - 1) / ctbSize;
+    PicWidthInCtbsY = Clamp32(widthInCtbs);
+    PicHeightInCtbsY = Clamp32(heightInCtbs);
+    PicSizeInCtbsY = Clamp32(widthInCtbs * heightInCtbs);
+}
+
+}  // namespace tolmi
