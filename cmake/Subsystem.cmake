@@ -14,6 +14,7 @@ function(tolmi_add_test name)
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} tolmi_test_support GTest::gtest GTest::gtest_main)
   add_dependencies(${name} tolmi_language_files)
+  target_compile_definitions(${name} PRIVATE TOLMI_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
   gtest_discover_tests(${name} WORKING_DIRECTORY ${CMAKE_BINARY_DIR} DISCOVERY_TIMEOUT 60
     PROPERTIES ENVIRONMENT "TOLMI_TEST_FIXTURES=${CMAKE_BINARY_DIR}/fixtures")
 endfunction()

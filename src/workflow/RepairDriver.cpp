@@ -12,6 +12,7 @@
 #include "platform/Environment.h"
 #include "platform/File.h"
 #include "workflow/JobControl.h"
+#include "workflow/Properties.h"
 #include "workflow/RepairSession.h"
 
 namespace tolmi {
@@ -125,12 +126,9 @@ std::string TemporaryDir() { return JoinPath(Environment::ModuleDir(), "$tmp"); 
 
 std::string AviPreviewDescriptor() {
     const RepairSession& s = Session();
-    const uint64_t size = s.aviOutputSize;
-    char sizeText[64];
-    if (size / 1073741824 > 0) std::snprintf(sizeText, sizeof sizeText, "%.2f GB", double(size) / 1073741824.0);
-    else std::snprintf(sizeText, sizeof sizeText, "%.2f MB", double(size) / 1048576.0);
     // 1179011410 is "RIFF" read as a little-endian word; the header stands at 0.
-    return s.aviOutputPath + "$$" + s.corruptedName + "$$" + sizeText + "$$" + std::to_string(1179011410u) + "$$0";
+    return s.aviOutputPath + "$$" + s.corruptedName + "$$" + AviSizeText(s.aviOutputSize) + "$$" +
+           std::to_string(1179011410u) + "$$0";
 }
 
 void startRepair() {

@@ -1,0 +1,212 @@
+#include "cli/RepairCommand.h"
+
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <thread>
+
+#include "cli/ConsoleUi.h"
+#include "cli/JsonText.h"
+#include "platform/File.h"
+#include "workflow/JobControl.h"
+#include "workflow/Language.h"
+#include "workflow/Properties.h"
+#include "workflow/RepairDriver.h"
+#include "workflow/RepairSession.h"
+#include "workflow/SaveFlow.h"
+
+namespace tolmi {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::atomic<int> interrupts{0};
+
+void onInterrupt(int) {
+    // A second Ctrl-C leaves at once; the first asks the job to cancel.
+    if (interrupts.fetch_add(1) >= 1) _exit(kExitCancelled);
+}
+
+struct Options {
+    std::string damaged;
+    std::string reference;
+    std::string output;
+    bool force = false;
+    bool json = false;
+    bool quiet = false;
+};
+
+const char* kExitCodesHelp =
+    "Exit codes:\n"
+    "  0    repaired; the result was saved\n"
+    "  1    the file cannot be repaired\n"
+    "  2    usage error, or the output file exists (give --force to replace it)\n"
+    "  3    a healthy reference file is needed (give one with --reference)\n"
+    "  4    the file cannot be opened, or there is not enough disk space\n"
+    "  130  cancelled with Ctrl-C\n";
+
+std::string AbsolutePath(const std::string& path) {
+    std::error_code error;
+    fs::path absolute = fs::absolute(path, error);
+    return error ? path : absolute.lexically_normal().string();
+}
+
+std::string DefaultOutput(const std::string& damaged, bool movJob) {
+    fs::path path(damaged);
+    return (path.parent_path() / (path.stem().string() + "_repaired" + (movJob ? ".mov" : ".avi"))).string();
+}
+
+// Runs one pass of the worker and follows it from the main thread, which
+// plays the part of the user interface thread: clock ticks and Ctrl-C.
+void runPass(ConsoleUi& ui) {
+    using namespace std::chrono_literals;
+    ui.beginPass();
+    startRepair();
+    int handled = 0;
+    auto nextTick = std::chrono::steady_clock::now() + 1s;
+    while (Session().repairing == 1) {
+        if (interrupts > handled) {
+            handled = interrupts;
+            cancelJob();
+        }
+        if (std::chrono::steady_clock::now() >= nextTick) {
+            ui.tick();
+            nextTick += 1s;
+        }
+        std::this_thread::sleep_for(50ms);
+    }
+    waitForWorker();
+}
+
+uint64_t ReportedOutputSize(bool movJob) {
+    return movJob ? Session().movOutputSize.load() : Session().aviOutputSize.load();
+}
+
+// The engine's word is checked against the file itself before the job is
+// called a success: a disk that filled up leaves a short file.
+bool OutputIsWhole(bool movJob) {
+    const std::string& path = movJob ? Session().tempOutputPath : Session().aviOutputPath;
+    File file(path, FileAccess::Read, FileCreation::OpenExisting);
+    auto size = file.size();
+    if (!size || *size == 0) return false;
+    return !movJob || *size == ReportedOutputSize(movJob);
+}
+
+void PrintProperties(ConsoleUi& ui, const Options& options, const std::string& target,
+                     const std::vector<PropertyRow>& rows) {
+    if (options.json) {
+        JsonObject json;
+        json.add("output", target);
+        for (const PropertyRow& row : rows) json.add(row.field, row.value.substr(row.value.rfind(": ", 0) == 0 ? 2 : 0));
+        std::printf("%s\n", json.text().c_str());
+        return;
+    }
+    ui.say(LoadText("IDS_SAVE_COMPLETED") + " " + target);
+    for (const PropertyRow& row : rows) ui.say("  " + LoadText(row.labelKey) + row.value);
+}
+
+int ExitForOutcome(JobOutcome outcome) {
+    switch (outcome) {
+        case JobOutcome::CannotOpen:
+        case JobOutcome::NoDiskSpace: return kExitCannotOpen;
+        case JobOutcome::NeedsReference: return kExitNeedsReference;
+        case JobOutcome::Cancelled: return kExitCancelled;
+        default: return kExitUnrepairable;
+    }
+}
+
+int SaveAndReport(ConsoleUi& ui, const Options& options, const std::string& target) {
+    const bool movJob = Session().isMovJob == 1;
+    if (!OutputIsWhole(movJob)) {
+        ui.sayError(LoadText("IDS_UNHEALTHY_1") + " (the repaired file could not be written whole)");
+        returnToIdle();
+        return kExitUnrepairable;
+    }
+    const std::vector<PropertyRow> rows = fillProperties();
+    switch (saveResult(target, options.force)) {
+        case SaveOutcome::Saved:
+            PrintProperties(ui, options, target, rows);
+            return kExitRepaired;
+        case SaveOutcome::TargetExists:
+            ui.sayError(target + " exists; give --force to replace it, or another --output.");
+            return kExitUsage;
+        case SaveOutcome::NoDiskSpace: return kExitCannotOpen;
+        default:
+            ui.sayError("The repaired file could not be moved to " + target + ".");
+            return kExitUnrepairable;
+    }
+}
+
+int Repair(const Options& options, ConsoleUi& ui) {
+    Session().ui = &ui;
+    pickCorruptedFile(AbsolutePath(options.damaged));
+    const bool movJob = Session().isMovJob == 1;
+    const std::string target = AbsolutePath(options.output.empty() ? DefaultOutput(options.damaged, movJob)
+                                                                   : options.output);
+    if (FileExists(target) && !options.force) {
+        ui.sayError(target + " exists; give --force to replace it, or another --output.");
+        return kExitUsage;
+    }
+    if (!IsDirectory(fs::path(target).parent_path().string()) ||
+        ::access(fs::path(target).parent_path().c_str(), W_OK) != 0) {
+        ui.sayError("Cannot write to the folder of " + target + ".");
+        return kExitCannotOpen;
+    }
+
+    runPass(ui);
+    if (ui.outcome() == JobOutcome::NeedsReference && !options.reference.empty()) {
+        pickReferenceFile(AbsolutePath(options.reference));
+        runPass(ui);
+    }
+    switch (ui.outcome()) {
+        case JobOutcome::Finished: return SaveAndReport(ui, options, target);
+        case JobOutcome::NeedsReference:
+            ui.sayError(LoadText("IDS_SELECT_REFERNCE_HEADER") + ": " + LoadText("IDS_SELECT_REFERENCE"));
+            ui.sayError("Hint: repair it against a healthy video from the same camera and settings:\n"
+                        "  tolmi-repair " + options.damaged + " --reference HEALTHY.mp4");
+            return kExitNeedsReference;
+        default: return ExitForOutcome(ui.outcome());
+    }
+}
+
+}  // namespace
+
+int RunRepairCommand(int argc, char** argv) {
+    CLI::App app{"Tolmi Video Repair: rebuilds a playable file from a damaged MOV, MP4 or AVI video.\n"
+                 "The damaged file is only read; the result is written beside it as NAME_repaired.mov\n"
+                 "(.avi for an AVI) unless --output names another place.",
+                 "tolmi-repair"};
+    Options options;
+    app.add_option("DAMAGED", options.damaged, "the damaged video (.mov, .mp4 or .avi)")->required();
+    app.add_option("--reference,-r", options.reference,
+                   "a healthy video from the same camera and settings, used when the damaged file has no index");
+    app.add_option("--output,-o", options.output, "where to save the repaired file");
+    app.add_flag("--force,-f", options.force, "replace the output file if it exists");
+    app.add_flag("--json", options.json, "print the result's properties as one JSON object");
+    app.add_flag("--quiet,-q", options.quiet, "print no progress, only errors");
+    app.set_version_flag("--version", std::string("tolmi-repair ") + TOLMI_VERSION);
+    app.footer(kExitCodesHelp);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::CallForHelp& help) {
+        return app.exit(help);
+    } catch (const CLI::CallForVersion& version) {
+        return app.exit(version);
+    } catch (const CLI::ParseError& error) {
+        app.exit(error);
+        return kExitUsage;
+    }
+
+    loadLanguage();
+    std::signal(SIGINT, onInterrupt);
+    ConsoleUi ui(options.quiet || options.json, ::isatty(STDOUT_FILENO) == 1);
+    const int code = Repair(options, ui);
+    Session().ui = nullptr;
+    return code;
+}
+
+}  // namespace tolmi
