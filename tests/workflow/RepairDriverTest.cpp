@@ -1,0 +1,124 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "ScriptedUi.h"
+#include "TestSupport.h"
+#include "platform/Environment.h"
+#include "platform/File.h"
+#include "workflow/JobControl.h"
+#include "workflow/RepairDriver.h"
+#include "workflow/RepairSession.h"
+
+namespace tolmi {
+namespace {
+
+constexpr uint64_t kReserve = 100ull << 20;
+
+// Each test has a module folder of its own, so "$tmp" is its own too.
+class RepairDriverTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        Session().reset();
+        Session().ui = &ui;
+        Environment::OverrideModuleDir(dir.path());
+        Environment::OverrideFreeSpace(uint64_t(1) << 40);
+    }
+    void TearDown() override {
+        waitForWorker();
+        Environment::OverrideModuleDir(std::nullopt);
+        Environment::OverrideFreeSpace(std::nullopt);
+        Session().reset();
+    }
+    // Runs one pass to its end, as a front end would wait for it.
+    void repair() {
+        startRepair();
+        waitForWorker();
+    }
+    std::string makeFile(const std::string& name, std::vector<uint8_t> bytes) {
+        test::WriteAll(dir.file(name), bytes);
+        return dir.file(name);
+    }
+
+    test::TempDir dir;
+    test::ScriptedUi ui;
+};
+
+TEST_F(RepairDriverTest, AFileDeletedAfterThePickCannotBeOpened) {
+    pickCorruptedFile(makeFile("gone.mp4", {1, 2, 3}));
+    std::filesystem::remove(dir.file("gone.mp4"));
+    repair();
+    EXPECT_TRUE(ui.called("showMessage 4 IDS_MOVERROR4 IDS_INFORMATION"));
+    EXPECT_TRUE(ui.called("goHome"));
+    EXPECT_FALSE(ui.called("startElapsedTimer")) << "no worker was started";
+    EXPECT_EQ(Session().repairing, 0);
+
+    Session().reset();
+    Session().ui = &ui;
+    pickCorruptedFile(dir.file("gone.avi"));
+    repair();
+    EXPECT_TRUE(ui.called("showMessage 4 IDS_AVIERROR7 IDS_INFORMATION"));
+}
+
+TEST_F(RepairDriverTest, ExactlyAHundredMebibytesFreeIsEnoughForAnEmptyFile) {
+    pickCorruptedFile(makeFile("empty.avi", {}));
+    Environment::OverrideFreeSpace(kReserve);
+    repair();
+    EXPECT_FALSE(ui.called("showMessage 5"));
+    EXPECT_TRUE(ui.called("startElapsedTimer"));
+}
+
+TEST_F(RepairDriverTest, OneByteLessIsNeverEnoughEvenForAnEmptyFile) {
+    pickCorruptedFile(makeFile("empty.avi", {}));
+    Environment::OverrideFreeSpace(kReserve - 1);
+    repair();
+    EXPECT_TRUE(ui.called("showMessage 5 IDS_ERROR9 IDS_INFORMATION"));
+    EXPECT_FALSE(ui.called("startElapsedTimer"));
+    EXPECT_EQ(Session().repairing, 0);
+}
+
+TEST_F(RepairDriverTest, AMovFileWithoutAMovieAsksForAReferenceWithoutAMessage) {
+    pickCorruptedFile(makeFile("clip.mp4", std::vector<uint8_t>(5000, 0x11)));
+    repair();
+    EXPECT_TRUE(ui.called("askForReference"));
+    EXPECT_FALSE(ui.called("showMessage"));
+    EXPECT_EQ(Session().State(), JobState::NeedsReference);
+    EXPECT_TRUE(Session().referencePath.empty());
+}
+
+TEST_F(RepairDriverTest, TheSecondPassMeasuresTheReferenceNotTheDamagedFile) {
+    // A damaged file far larger than the free space, a small reference.
+    const std::string damaged = dir.file("huge.mov");
+    File(damaged, FileAccess::ReadWrite, FileCreation::CreateAlways).truncate(uint64_t(8) << 30);
+    pickCorruptedFile(damaged);
+    Environment::OverrideFreeSpace(kReserve + 100000);
+    pickReferenceFile(makeFile("reference.mov", std::vector<uint8_t>(5000, 0x22)));
+    repair();
+    EXPECT_FALSE(ui.called("showMessage 5"));
+    // The reference holds no movie either: the job ends with its message.
+    EXPECT_TRUE(ui.called("showMessage 4 IDS_UNHEALTHY_1 IDS_INFORMATION"));
+    EXPECT_TRUE(ui.called("goHome"));
+}
+
+TEST_F(RepairDriverTest, TheDamagedFileChosenAsItsOwnReferenceLeadsToThePromptAgain) {
+    const std::string damaged = makeFile("clip.mov", std::vector<uint8_t>(5000, 0x33));
+    pickCorruptedFile(damaged);
+    repair();
+    ASSERT_TRUE(ui.called("askForReference"));
+    pickReferenceFile(damaged);
+    repair();
+    EXPECT_FALSE(ui.called("showMessage"));
+    EXPECT_EQ(Session().State(), JobState::NeedsReference);
+}
+
+TEST_F(RepairDriverTest, AnAviThatCannotBeRepairedEndsWithoutAResult) {
+    pickCorruptedFile(makeFile("noise.avi", std::vector<uint8_t>(50, 0x44)));
+    repair();
+    EXPECT_TRUE(ui.called("showMessage 4 IDS_UNHEALTHY_1 IDS_INFORMATION"));
+    EXPECT_TRUE(ui.called("goHome"));
+    EXPECT_FALSE(ui.called("showResult"));
+    EXPECT_EQ(Session().repairing, 0);
+}
+
+}  // namespace
+}  // namespace tolmi
