@@ -1,0 +1,163 @@
+#include "MovFixtures.h"
+
+#include <fstream>
+#include <random>
+#include <sstream>
+
+#include "TestSupport.h"
+
+namespace tolmi::test {
+namespace {
+
+constexpr const char* kPicture = "size=320x240:rate=25:duration=6";
+constexpr const char* kSound = "sample_rate=44100:duration=6";
+
+// ffmpeg interleaves packet by packet unless told otherwise; cameras write
+// chunks of about half a second of each track.
+constexpr const char* kChunking = "-chunk_duration 500000";
+
+std::string MakeRecordingOf(const MovRecipe& recipe, const std::string& role, const std::string& picture,
+                            int frequency) {
+    std::string arguments = "-f lavfi -i " + picture + "=" + kPicture;
+    if (!recipe.audio.empty())
+        arguments += " -f lavfi -i sine=frequency=" + std::to_string(frequency) + ":" + kSound + " -ac 2";
+    arguments += " " + recipe.video;
+    arguments += recipe.audio.empty() ? " -an" : " " + recipe.audio;
+    arguments += std::string(" ") + kChunking;
+    return MakeFixture("mov_" + recipe.name + "_" + role + "." + recipe.extension, arguments);
+}
+
+std::string FieldOf(const std::string& line, const std::string& key) {
+    std::string needle = key + "=";
+    size_t at = 0;
+    while ((at = line.find(needle, at)) != std::string::npos) {
+        if (at == 0 || line[at - 1] == '|') {
+            size_t start = at + needle.size();
+            return line.substr(start, line.find('|', start) - start);
+        }
+        at += needle.size();
+    }
+    return {};
+}
+
+std::vector<uint8_t> Slice(const std::vector<uint8_t>& bytes, uint64_t keep) {
+    return {bytes.begin(), bytes.begin() + std::ptrdiff_t(std::min<uint64_t>(keep, bytes.size()))};
+}
+
+}  // namespace
+
+MovRecipe H264AacRecipe(const std::string& extension, bool bFrames) {
+    return {std::string("h264") + (bFrames ? "b" : "") + "_aac_" + extension, extension,
+            std::string("-c:v libx264 -profile:v high -pix_fmt yuv420p -g 25 -bf ") + (bFrames ? "2" : "0"),
+            "-c:a aac -b:a 96k"};
+}
+
+MovRecipe H265AacRecipe() {
+    return {"h265_aac", "mp4", "-c:v libx265 -tag:v hvc1 -pix_fmt yuv420p -x265-params keyint=25:log-level=error",
+            "-c:a aac -b:a 96k"};
+}
+
+MovRecipe H264PcmRecipe(bool bigEndian) {
+    return {bigEndian ? "h264_twos" : "h264_sowt", "mov", "-c:v libx264 -pix_fmt yuv420p -g 25",
+            bigEndian ? "-c:a pcm_s16be" : "-c:a pcm_s16le"};
+}
+
+MovRecipe H264OnlyRecipe() { return {"h264_only", "mp4", "-c:v libx264 -pix_fmt yuv420p -g 25", ""}; }
+
+std::string MakeMovReference(const MovRecipe& recipe) { return MakeRecordingOf(recipe, "reference", "testsrc2", 440); }
+
+std::string MakeMovRecording(const MovRecipe& recipe) { return MakeRecordingOf(recipe, "recording", "testsrc", 1000); }
+
+void CopyCut(const std::string& source, const std::string& target, uint64_t keepBytes) {
+    WriteAll(target, Slice(ReadAll(source), keepBytes));
+}
+
+void CopyWithRandomStretch(const std::string& source, const std::string& target, uint64_t offset,
+                           uint64_t length, uint32_t seed) {
+    std::vector<uint8_t> bytes = ReadAll(source);
+    std::mt19937 random(seed);
+    for (uint64_t i = offset; i < offset + length && i < bytes.size(); ++i) bytes[i] = uint8_t(random());
+    WriteAll(target, bytes);
+}
+
+std::optional<AtomPlace> FindTopLevelAtom(const std::string& path, const std::string& type) {
+    std::vector<uint8_t> bytes = ReadAll(path);
+    uint64_t at = 0;
+    while (at + 8 <= bytes.size()) {
+        const uint8_t* p = bytes.data() + at;
+        uint64_t size = (uint64_t(p[0]) << 24) | (uint64_t(p[1]) << 16) | (uint64_t(p[2]) << 8) | p[3];
+        if (size == 1 && at + 16 <= bytes.size()) {
+            size = 0;
+            for (int i = 8; i < 16; ++i) size = (size << 8) | p[i];
+        } else if (size == 0) {
+            size = bytes.size() - at;
+        }
+        if (size < 8) return std::nullopt;
+        if (std::string(reinterpret_cast<const char*>(p + 4), 4) == type) return AtomPlace{at, size};
+        at += size;
+    }
+    return std::nullopt;
+}
+
+bool CopyWithZeroedAtom(const std::string& source, const std::string& target, const std::string& type) {
+    std::optional<AtomPlace> atom = FindTopLevelAtom(source, type);
+    if (!atom) return false;
+    std::vector<uint8_t> bytes = ReadAll(source);
+    for (uint64_t i = atom->offset; i < atom->offset + atom->size && i < bytes.size(); ++i) bytes[i] = 0;
+    WriteAll(target, bytes);
+    return true;
+}
+
+std::vector<PacketRecord> ProbePackets(const std::string& path, const std::string& stream) {
+    std::string output = CaptureCommand("ffprobe -v error -select_streams " + stream +
+                                        " -show_packets -show_data_hash MD5 -of compact " + ShellQuote(path));
+    std::vector<PacketRecord> packets;
+    std::istringstream lines(output);
+    std::string line;
+    while (std::getline(lines, line)) {
+        if (line.rfind("packet|", 0) != 0) continue;
+        PacketRecord packet;
+        std::string pos = FieldOf(line, "pos"), size = FieldOf(line, "size");
+        packet.pos = pos.empty() || pos == "N/A" ? 0 : std::stoull(pos);
+        packet.size = size.empty() ? 0 : std::stoull(size);
+        packet.hash = FieldOf(line, "data_hash");
+        packets.push_back(packet);
+    }
+    return packets;
+}
+
+std::vector<std::string> ProbeCodecs(const std::string& path) {
+    std::string output = CaptureCommand("ffprobe -v error -show_entries stream=codec_name -of csv=p=0 " +
+                                        ShellQuote(path));
+    std::vector<std::string> codecs;
+    std::istringstream lines(output);
+    std::string line;
+    while (std::getline(lines, line))
+        if (!line.empty()) codecs.push_back(line.substr(0, line.find(',')));
+    return codecs;
+}
+
+size_t CountInOrder(const std::vector<std::string>& expected, const std::vector<std::string>& actual) {
+    size_t found = 0, next = 0;
+    for (const std::string& hash : expected) {
+        for (size_t i = next; i < actual.size(); ++i) {
+            if (actual[i] == hash) {
+                ++found;
+                next = i + 1;
+                break;
+            }
+        }
+    }
+    return found;
+}
+
+int DecodeErrorCount(const std::string& path) {
+    int status = 0;
+    std::string output = CaptureCommand("ffmpeg -nostdin -v error -i " + ShellQuote(path) + " -f null - 2>&1", &status);
+    if (status != 0) return -1;
+    int lines = 0;
+    for (char c : output) lines += c == '\n';
+    return lines;
+}
+
+}  // namespace tolmi::test
