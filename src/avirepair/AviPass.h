@@ -1,0 +1,103 @@
+#pragma once
+// One forward pass over a damaged AVI file. At every byte position the pass
+// tries the RIFF tags and the stream chunk codes in a fixed order, copies
+// what it recognises to "Repaired.avi", mends header fields in the bytes it
+// is about to copy, and collects an idx1 chunk in the file "index". At the
+// end it appends the index and writes every size and count anew.
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "avirepair/AviHeaders.h"
+#include "platform/File.h"
+
+namespace tolmi {
+
+class AviPass {
+public:
+    AviPass();
+    // 1 when the pass ran to its end or was cancelled, 0 when it failed; on
+    // failure and on cancel all files of the pass are gone.
+    int Run();
+
+private:
+    // Preparation and the end of a pass.
+    bool Prepare();
+    void RemoveFiles();
+    void Finish();
+    void RemoveSuperIndexes();
+    void WriteAudioLength();
+
+    // The window over the input.
+    uint64_t windowIndex() const { return scanPos_ - windowStart_; }
+    std::span<uint8_t> window() { return window_; }
+    void Reload(uint64_t position);
+    // Reloads the window at scanPos when fewer than count bytes stand there.
+    void MakeRoom(uint64_t count);
+    // Four input bytes at a file position, zeros beyond the end.
+    uint32_t InputWordAt(uint64_t position) const;
+    void UpdatePercent();
+
+    // Output.
+    void Emit(std::span<const uint8_t> bytes);
+    void EmitTag(const char (&tag)[5]);
+    void PatchOutput(uint64_t position, uint32_t value);
+    // Copies length input bytes from scanPos, the window's first, then
+    // further blocks; scanPos ends behind them.
+    void CopyFromWindow(uint64_t length);
+
+    // Header stage.
+    bool Dispatch();
+    void OnRiff();
+    void SaveJpeg();
+    void OnAviTag();
+    bool OnList();
+    bool OnStreamList();
+    void OnInfoList();
+    void OnJunk();
+    void WriteRiffStub();
+    void WriteAviTagAlone();
+    void WriteStandardHeader();
+
+    // Frame stage.
+    void OnMoviList();
+    bool OnMoviTag();
+    void TakeFirstChunk();
+    void WriteMoviTagAlone();
+    bool OnChunkCode();
+    bool LeftoverIndexEntry(uint64_t headerIndex);
+    // The test made where the next chunk's id is due; an id beyond the
+    // window is read from the input, which stands for the original's look
+    // ahead and the round started over with the next chunk confirmed.
+    bool NextChunkFollows(uint64_t position, bool firstChunk);
+    // Counts the chunk whose header stands at headerIndex, writes its idx1
+    // entry and adds it to the offsets and sizes; the copy is the caller's.
+    void KeepChunk(uint64_t headerIndex, uint32_t declaredSize);
+    void StartMoviList();
+    bool NoChunkKept() const;
+
+    std::string inputPath_, outputPath_, indexPath_, imagePath_;
+    std::vector<uint8_t> window_;
+
+    uint64_t scanPos_ = 0;
+    uint64_t windowStart_ = 0;
+    uint64_t fileSize_ = 0;
+    uint64_t percentBase_ = 1;
+    int32_t reportedPercent_ = 0;
+    uint64_t outputSize_ = 0;
+    uint32_t moviSize_ = 0;
+    uint32_t hdrlListSize_ = 0;
+    uint64_t moviListOffset_ = 0;
+    uint32_t indexOffset_ = 0;
+    uint32_t streamCount_ = 0;
+    uint32_t streamHandler_ = 0;
+    uint32_t aviWidth_ = 0, aviHeight_ = 0;
+    bool riffWritten_ = false, aviWritten_ = false, hdrlDone_ = false, strlSeen_ = false, infoDone_ = false,
+         moviListWritten_ = false, moviTagWritten_ = false;
+    bool haveVideoStream_ = false, haveAudioStream_ = false;
+    bool currentVideo_ = false, currentAudio_ = false;
+};
+
+}  // namespace tolmi

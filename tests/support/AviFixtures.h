@@ -1,0 +1,88 @@
+#pragma once
+// AVI files for tests: byte layouts built by hand, a strict reader of the
+// files the repair writes, and the packets ffprobe finds in a file.
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace tolmi::test {
+
+// ---- Building ----
+
+// Appends a chunk: four-letter id, size, data and the padding byte behind
+// an odd size.
+void AppendAviChunk(std::vector<uint8_t>& out, const std::string& id, const std::vector<uint8_t>& data);
+// Opens a RIFF or LIST of the given type; returns where it starts, for EndAviList.
+size_t BeginAviList(std::vector<uint8_t>& out, const std::string& tag, const std::string& type);
+void EndAviList(std::vector<uint8_t>& out, size_t listStart);
+void PutU32le(std::vector<uint8_t>& out, size_t at, uint32_t value);
+uint32_t GetU32le(const std::vector<uint8_t>& bytes, size_t at);
+// Position of the first text at or after from; npos when absent.
+size_t FindText(const std::vector<uint8_t>& bytes, const std::string& text, size_t from = 0);
+// Data that holds no tag, digit pair or chunk code the repair could take for structure.
+std::vector<uint8_t> Filler(size_t size, uint8_t seed);
+
+struct StreamSpec {
+    bool video = true;
+    std::string handler = "DIVX";      // fccHandler, 4 characters
+    std::string compression = "DIVX";  // biCompression of a video stream
+    uint32_t width = 320, height = 240;
+    uint32_t strfSize = 40;            // the strf size as the file states it
+};
+
+struct AviLayout {
+    uint32_t microSecPerFrame = 40000;
+    uint32_t width = 320, height = 240;
+    std::vector<StreamSpec> streams{StreamSpec{}};
+    bool withHdrl = true;  // false: the stream lists stand without hdrl and avih
+};
+
+// RIFF, AVI, the header lists of layout and "LIST movi" with "movi"; the
+// chunks follow with AppendAviChunk and the file ends with FinishAvi.
+std::vector<uint8_t> BeginAviFile(const AviLayout& layout);
+// Closes the movi list and the RIFF, with an idx1 behind the chunks when withIndex.
+void FinishAvi(std::vector<uint8_t>& file, bool withIndex);
+
+// ---- Reading what the repair wrote ----
+
+struct AviIndexEntry {
+    std::string id;
+    uint32_t flags = 0, offset = 0, length = 0;
+};
+
+struct AviMoviChunk {
+    std::string id;
+    uint64_t offset = 0;  // of the chunk header in the file
+    std::vector<uint8_t> data;
+};
+
+struct RepairedAvi {
+    bool wellFormed = false;  // every size agrees with the bytes and the file's length
+    std::string error;
+    uint32_t riffSize = 0, hdrlSize = 0, moviSize = 0;
+    uint64_t hdrlOffset = 0, moviListOffset = 0;
+    std::vector<std::string> hdrlChildren;  // ids, and "LIST:type" of lists, in order
+    std::vector<AviMoviChunk> chunks;
+    std::vector<AviIndexEntry> index;
+};
+
+// Walks a repaired file strictly by its sizes.
+RepairedAvi ReadRepairedAvi(const std::vector<uint8_t>& bytes);
+
+// ---- ffprobe ----
+
+struct ProbePacket {
+    int stream = 0;
+    uint64_t pos = 0;  // of the packet data in the file
+    uint32_t size = 0;
+    std::string hash;
+};
+
+// Packets of a file in demuxing order; empty when ffprobe fails.
+std::vector<ProbePacket> ProbePackets(const std::string& path);
+// The lines ffmpeg prints at level "error" while decoding every stream to the end.
+int DecodeErrorLines(const std::string& path);
+
+}  // namespace tolmi::test
