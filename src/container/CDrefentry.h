@@ -1,0 +1,25 @@
+#pragma once
+// One data reference of dref. A rebuilt one is an alis entry of 12 bytes
+// with flags 1: the media data is in this file.
+
+#include <cstdint>
+#include <vector>
+
+namespace tolmi {
+
+class CDrefentry {
+public:
+    CDrefentry() = default;
+    CDrefentry(const uint8_t* bytes, uint32_t length);
+    virtual ~CDrefentry() = default;
+
+    void Build(uint32_t dataReferenceType);
+    std::vector<uint8_t> ToBytes() const;
+
+    uint32_t size = 0;
+    uint32_t type = 0;
+    uint32_t versionFlags = 0;
+    std::vector<uint8_t> image;
+};
+
+}  // namespace tolmi

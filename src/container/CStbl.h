@@ -1,0 +1,59 @@
+#pragma once
+// The sample table (stbl): where a repair happens in the atom tree.
+// Reading it decides whether a track of a healthy file can serve as a
+// model; building it turns a CAtomCreationRequest into the tables of a
+// rebuilt track.
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "container/AtomArena.h"
+#include "container/CAtomCreationRequest.h"
+#include "container/CCtts.h"
+#include "container/CStco.h"
+#include "container/CStsc.h"
+#include "container/CStsd.h"
+#include "container/CStss.h"
+#include "container/CStsz.h"
+#include "container/CStts.h"
+
+namespace tolmi {
+
+// The sizes of the known children of the last stbl read, added up by the
+// stbl reader and tested and cleared by the minf reader: sampleTableBytes
+// + 8 equals the stbl's size exactly when it holds nothing but the fifteen
+// kinds of child that the reader knows. Used by the one thread that reads
+// a file.
+extern uint32_t sampleTableBytes;
+
+class CStbl {
+public:
+    CStbl() = default;
+    CStbl(const uint8_t* bytes, uint32_t length, AtomArena& arena);
+    virtual ~CStbl() = default;
+
+    // On the stbl of a reference track: the tables of the rebuilt track.
+    // None when the reference lacks a table the rebuild must take from it
+    // (stsd, or stsc for big-endian PCM).
+    CStbl* BuildSampleTable(const CAtomCreationRequest& request, AtomArena& arena);
+
+    uint32_t size = 0;
+    uint32_t type = 0;
+    CStsd* stsd = nullptr;
+    CStts* stts = nullptr;
+    CStss* stss = nullptr;
+    CStsc* stsc = nullptr;
+    CStsz* stsz = nullptr;
+    CStco* stco = nullptr;
+    CCtts* ctts = nullptr;
+    std::vector<uint8_t> image;
+
+private:
+    void ReadChild(uint32_t childType, std::span<const uint8_t> child, AtomArena& arena);
+    bool BuildChunkTables(const CAtomCreationRequest& request, CStbl& built);
+    uint32_t TakeVideoTables(const CAtomCreationRequest& request, CStbl& built);
+    std::vector<uint8_t> ToBytes() const;
+};
+
+}  // namespace tolmi

@@ -1,0 +1,29 @@
+#pragma once
+// The chunk offset table, read from stco (32-bit) or co64 (64-bit) and
+// always written as co64, so that a rebuilt file of any size is sound.
+
+#include <cstdint>
+#include <vector>
+
+namespace tolmi {
+
+class CStco {
+public:
+    CStco() = default;
+    // wide: the atom is co64, else stco.
+    CStco(const uint8_t* bytes, uint32_t length, bool wide);
+    virtual ~CStco() = default;
+
+    // A co64 of the offsets, copied; size 8 x count + 16.
+    void Build(const std::vector<uint64_t>& offsets);
+    std::vector<uint8_t> ToBytes() const;
+
+    uint32_t size = 0;
+    uint32_t type = 0;
+    uint32_t versionFlags = 0;
+    uint32_t count = 0;
+    std::vector<uint64_t> offsets;
+    std::vector<uint8_t> image;
+};
+
+}  // namespace tolmi
