@@ -2,45 +2,14 @@
 
 #include <vector>
 
+#include "SyntheticStreams.h"
 #include "streams/CEsdsDecoder.h"
 #include "streams/DecoderSpecifiInfoWrapper.h"
 
 namespace tolmi {
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-
-Bytes Cat(std::initializer_list<Bytes> parts) {
-    Bytes all;
-    for (auto& p : parts) all.insert(all.end(), p.begin(), p.end());
-    return all;
-}
-
-// A descriptor with its length in `lengthForm` (the last byte is replaced
-// by the payload size).
-Bytes Descriptor(uint8_t tag, const Bytes& payload, Bytes lengthForm = {0}) {
-    lengthForm.back() = uint8_t(payload.size());
-    return Cat({{tag}, lengthForm, payload});
-}
-
-const Bytes kAudioSpecificConfig{0x11, 0x90, 0x56, 0xE5, 0x00};  // AAC LC 48 kHz stereo, SBR signalled
-
-Bytes DecoderConfig(const Bytes& info, Bytes lengthForm = {0}) {
-    Bytes fixed{0x40, 0x15, 0x00, 0x03, 0x00, 0x00, 0x01, 0xF4, 0x00, 0x00, 0x01, 0x77, 0x00};
-    return Descriptor(4, Cat({fixed, Descriptor(5, info, lengthForm)}), lengthForm);
-}
-
-Bytes Esds(const Bytes& esPayload, Bytes lengthForm = {0}) {
-    Bytes body = Cat({{0, 0, 0, 0}, Descriptor(3, esPayload, lengthForm)});
-    uint32_t size = uint32_t(body.size() + 8);
-    return Cat({{uint8_t(size >> 24), uint8_t(size >> 16), uint8_t(size >> 8), uint8_t(size), 'e', 's', 'd', 's'}, body});
-}
-
-Bytes EsPayload(Bytes lengthForm = {0}, bool withSl = true) {
-    Bytes payload = Cat({{0x00, 0x01, 0x00}, DecoderConfig(kAudioSpecificConfig, lengthForm)});
-    if (withSl) payload = Cat({payload, Descriptor(6, {0x02}, lengthForm)});
-    return payload;
-}
+using namespace test;
 
 CEsdsDecoder Decode(const Bytes& atom) { return CEsdsDecoder(atom.data(), uint32_t(atom.size())); }
 

@@ -162,24 +162,6 @@ TEST_F(SliceHeader264, AZeroRunAtTheEndEndsTheReadWithoutFailure) {
     EXPECT_EQ(slice.first_mb_in_slice, 0xFFFF);  // 16 zeros, no value bits left
 }
 
-std::vector<uint8_t> Avcc(uint8_t lengthByte, std::vector<std::vector<uint8_t>> spsList,
-                          std::vector<std::vector<uint8_t>> ppsList, uint8_t spsCountByte = 0xE0) {
-    std::vector<uint8_t> atom{0, 0, 0, 0, 'a', 'v', 'c', 'C', 1, 66, 0xC0, 30, lengthByte,
-                              uint8_t(spsCountByte | spsList.size())};
-    for (auto& s : spsList) {
-        atom.push_back(uint8_t(s.size() >> 8));
-        atom.push_back(uint8_t(s.size()));
-        atom.insert(atom.end(), s.begin(), s.end());
-    }
-    atom.push_back(uint8_t(ppsList.size()));
-    for (auto& p : ppsList) {
-        atom.push_back(uint8_t(p.size() >> 8));
-        atom.push_back(uint8_t(p.size()));
-        atom.insert(atom.end(), p.begin(), p.end());
-    }
-    return atom;
-}
-
 CAVCDecoderConfigurationRecord RecordOf(const std::vector<uint8_t>& atom) {
     return CAVCDecoderConfigurationRecord(atom.data(), uint32_t(atom.size()));
 }

@@ -12,51 +12,6 @@ namespace {
 
 using namespace test;
 
-// A profile_tier_level as x265 writes it, emulation prevention included.
-const std::vector<uint8_t> kProfileTierLevel{0x01, 0x60, 0x00, 0x00, 0x03, 0x00, 0x90, 0x00,
-                                             0x00, 0x03, 0x00, 0x00, 0x03, 0x00, 0x5D};
-
-std::vector<uint8_t> Vps(uint32_t numLayerSetsMinus1 = 0) {
-    auto head = BitWriter().byte(0x40).byte(0x01).bits(0, 4).bit(1).bit(1).bits(0, 6).bits(0, 3).bit(1)
-                    .bits(0xFFFF, 16).bytes();
-    auto tail = BitWriter().bit(1).ue(3).ue(2).ue(0).bits(0, 6).ue(numLayerSetsMinus1).bit(0).trailing().bytes();
-    return Concat(Concat(head, kProfileTierLevel), tail);
-}
-
-struct SpsShape {
-    std::vector<uint8_t> profileTierLevel = kProfileTierLevel;
-    uint32_t width = 1920, height = 1088;
-    uint32_t numLongTermRefPicsSps = 0;
-    bool longTerm = false;
-};
-
-std::vector<uint8_t> Sps(const SpsShape& shape = {}) {
-    auto head = BitWriter().byte(0x42).byte(0x01).bits(0, 4).bits(0, 3).bit(1).bytes();
-    BitWriter w;
-    w.ue(0).ue(1).ue(shape.width).ue(shape.height).bit(1).ue(0).ue(0).ue(0).ue(4)  // conformance window
-        .ue(0).ue(0).ue(4)                                                          // bit depths, poc lsb
-        .bit(1).ue(3).ue(0).ue(0)                                                   // sub-layer ordering
-        .ue(1).ue(1).ue(0).ue(3).ue(0).ue(0)                                        // block sizes: CTB 32
-        .bit(0).bit(0).bit(1).bit(0)                                                // scaling, amp, sao, pcm
-        .ue(0).bit(shape.longTerm);
-    if (shape.longTerm) w.ue(shape.numLongTermRefPicsSps);
-    w.bit(1).bit(1).bit(0).trailing();
-    return Concat(Concat(head, shape.profileTierLevel), w.bytes());
-}
-
-std::vector<uint8_t> Pps(bool tiles = false, uint32_t tileColumnsMinus1 = 0) {
-    BitWriter w;
-    w.byte(0x44).byte(0x01).ue(0).ue(0).bit(0).bit(0).bits(0, 3).bit(0).bit(0).ue(0).ue(0).se(0).bit(0).bit(0)
-        .bit(0).se(0).se(0).bit(0).bit(0).bit(0).bit(0).bit(tiles).bit(1);
-    if (tiles) {
-        w.ue(tileColumnsMinus1).ue(0).bit(0);  // explicit spacing, one row
-        for (uint32_t i = 0; i < tileColumnsMinus1; ++i) w.ue(0);
-        w.bit(1);
-    }
-    w.bit(1).bit(0).bit(0).bit(0).ue(0).bit(0).bit(0).trailing();
-    return w.bytes();
-}
-
 bool ParseSps(SPS_265& sps, const std::vector<uint8_t>& bytes, int32_t width, int32_t height) {
     return sps.Parse(bytes.data(), uint32_t(bytes.size()), width, height);
 }
@@ -155,26 +110,6 @@ TEST(PPS_265, TileColumnsMustBeFewerThanTheCtbsAcross) {
 }
 
 // An hvcC with the given arrays of (type, units).
-std::vector<uint8_t> Hvcc(const std::vector<std::pair<int, std::vector<std::vector<uint8_t>>>>& arrays) {
-    std::vector<uint8_t> atom{0, 0, 0, 0, 'h', 'v', 'c', 'C', 1};
-    atom.resize(30, 0);
-    atom[29] = 0xFF;  // lengthSizeMinusOne 3
-    atom.push_back(uint8_t(arrays.size()));
-    for (auto& [type, units] : arrays) {
-        atom.push_back(uint8_t(0x80 | type));
-        atom.push_back(uint8_t(units.size() >> 8));
-        atom.push_back(uint8_t(units.size()));
-        for (auto& u : units) {
-            atom.push_back(uint8_t(u.size() >> 8));
-            atom.push_back(uint8_t(u.size()));
-            atom.insert(atom.end(), u.begin(), u.end());
-        }
-    }
-    uint32_t size = uint32_t(atom.size());
-    for (int i = 0; i < 4; ++i) atom[i] = uint8_t(size >> (24 - 8 * i));
-    return atom;
-}
-
 bool ParseHvcc(HVCDecoderConfigurationRecord& record, const std::vector<uint8_t>& atom) {
     return record.Parse(atom.data(), uint32_t(atom.size()), 1920, 1080);
 }
