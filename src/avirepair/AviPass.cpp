@@ -18,6 +18,15 @@ constexpr uint64_t kLeastInputSize = 100;
 // fccHandler and the frame time of avih.
 constexpr uint64_t kRiffHandlerOffset = 0x70, kRiffMicroSecOffset = 0x20;
 
+bool AllZero(std::span<const uint8_t> bytes) {
+    static const std::array<uint8_t, 4096> zeros{};
+    for (size_t at = 0; at < bytes.size(); at += zeros.size()) {
+        const size_t n = std::min(zeros.size(), bytes.size() - at);
+        if (std::memcmp(bytes.data() + at, zeros.data(), n) != 0) return false;
+    }
+    return true;
+}
+
 void CloseFiles() {
     RepairSession& s = Session();
     for (File* file : {&s.aviInputFile, &s.aviOutputFile, &s.aviIndexFile, &s.aviImageFile}) file->close();
@@ -93,8 +102,9 @@ void AviPass::RemoveFiles() {
 
 void AviPass::Reload(uint64_t position) {
     windowStart_ = position;
-    std::fill(window_.begin(), window_.end(), 0);
-    Session().aviInputFile.readAt(position, window_.data(), window_.size());
+    // What the read leaves of the window near the end of the file is zero.
+    const size_t got = Session().aviInputFile.readAt(position, window_.data(), window_.size()).value_or(0);
+    std::fill(window_.begin() + long(got), window_.end(), 0);
 }
 
 void AviPass::MakeRoom(uint64_t count) {
@@ -119,8 +129,16 @@ void AviPass::UpdatePercent() {
 
 void AviPass::Emit(std::span<const uint8_t> bytes) {
     // Write failures are not looked at: the sizes written at the end follow
-    // what the pass meant to write.
-    Session().aviOutputFile.write(bytes.data(), bytes.size());
+    // what the pass meant to write. Whole blocks of zeros (the holes of a
+    // sparse input) become holes of the output; it grows only at its end.
+    File& output = Session().aviOutputFile;
+    if (bytes.size() >= kAviWindowSize && AllZero(bytes)) {
+        const uint64_t end = output.tell() + bytes.size();
+        output.truncate(end);
+        output.seek(end);
+        return;
+    }
+    output.write(bytes.data(), bytes.size());
 }
 
 void AviPass::EmitTag(const char (&tag)[5]) {

@@ -342,3 +342,38 @@ TEST_F(AviRepairTest, JpegNearTheStartIsSavedForAnAviName) {
 
 }  // namespace
 }  // namespace tolmi::test
+
+namespace tolmi::test {
+namespace {
+
+// A file whose second chunk is a hole so large that the output comes to
+// outputSizeBehindIt when it has been copied; a small chunk follows.
+std::string WriteSparseFile(const std::string& path, uint64_t outputSizeBehindIt) {
+    std::vector<uint8_t> head = BeginAviFile(AviLayout{});
+    AppendAviChunk(head, "00dc", Filler(100, 1));
+    // The output repeats the input's layout up to here, so the big chunk
+    // lands at the same offset and the output size behind it is its end.
+    const uint64_t bigAt = head.size();
+    const uint64_t bigSize = outputSizeBehindIt - bigAt;
+    AppendAviChunk(head, "00dc", {});
+    PutU32le(head, size_t(bigAt + 4), uint32_t(bigSize));
+    std::vector<uint8_t> tail;
+    AppendAviChunk(tail, "00dc", Filler(100, 2));
+    AppendAviChunk(tail, "idx1", {});
+    File file(path, FileAccess::ReadWrite, FileCreation::CreateAlways);
+    file.writeAt(0, head.data(), head.size());
+    file.writeAt(bigAt + 8 + bigSize, tail.data(), tail.size());
+    return path;
+}
+
+TEST_F(AviRepairTest, OutputStopsShortOf4GiB) {
+    // Reaching 0xFFFFF060 bytes behind the first 8 gives up all output.
+    const std::string at = WriteSparseFile(dir_.file("at-limit.avi"), 0xFFFFF060);
+    EXPECT_EQ(RepairFile(at).result, 0);
+    EXPECT_EQ(Session().aviVideoChunks, 2u);  // the hole was copied, the chunk behind it refused
+    EXPECT_FALSE(AnyPassFileLeft());
+    DeleteFilePath(at);
+}
+
+}  // namespace
+}  // namespace tolmi::test
