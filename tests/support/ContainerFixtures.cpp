@@ -1,0 +1,172 @@
+#include "ContainerFixtures.h"
+
+#include "TestSupport.h"
+
+namespace tolmi::test {
+
+Bytes U16(uint16_t value) { return {uint8_t(value >> 8), uint8_t(value)}; }
+Bytes U32(uint32_t value) {
+    return {uint8_t(value >> 24), uint8_t(value >> 16), uint8_t(value >> 8), uint8_t(value)};
+}
+Bytes U64(uint64_t value) { return Join({U32(uint32_t(value >> 32)), U32(uint32_t(value))}); }
+Bytes Text(const std::string& letters) { return Bytes(letters.begin(), letters.end()); }
+Bytes Zeros(size_t count) { return Bytes(count, 0); }
+
+Bytes Join(std::initializer_list<Bytes> parts) {
+    Bytes joined;
+    for (const Bytes& part : parts) joined.insert(joined.end(), part.begin(), part.end());
+    return joined;
+}
+
+Bytes Atom(const std::string& type, const Bytes& payload) {
+    return Join({U32(uint32_t(payload.size() + 8)), Text(type), payload});
+}
+
+Bytes FullAtom(const std::string& type, uint32_t versionFlags, const Bytes& payload) {
+    return Atom(type, Join({U32(versionFlags), payload}));
+}
+
+Bytes Mvhd(uint32_t timeScale, uint32_t duration) {
+    // times, time scale, duration, rate 1.0, volume 1.0, reserved, identity matrix, six times, next track id
+    return FullAtom("mvhd", 0,
+                    Join({U32(0), U32(0), U32(timeScale), U32(duration), U32(0x10000), U16(0x100), Zeros(10),
+                          U32(0x10000), Zeros(12), U32(0x10000), Zeros(12), U32(0x40000000), Zeros(24), U32(3)}));
+}
+
+Bytes Tkhd(uint32_t trackId, uint32_t duration) {
+    return FullAtom("tkhd", 3,
+                    Join({U32(0), U32(0), U32(trackId), U32(0), U32(duration), Zeros(8), Zeros(8), U32(0x10000),
+                          Zeros(12), U32(0x10000), Zeros(12), U32(0x40000000), U32(320 << 16), U32(240 << 16)}));
+}
+
+Bytes Mdhd(uint32_t timeScale, uint32_t duration) {
+    return FullAtom("mdhd", 0, Join({U32(0), U32(0), U32(timeScale), U32(duration), U16(0x55c4), U16(0)}));
+}
+
+Bytes Hdlr(const std::string& componentType, const std::string& subtype) {
+    const Bytes typeBytes = componentType.empty() ? U32(0) : Text(componentType);
+    return FullAtom("hdlr", 0, Join({typeBytes, Text(subtype), Zeros(12), Bytes{0}}));
+}
+
+Bytes Vmhd() { return FullAtom("vmhd", 1, Zeros(8)); }
+Bytes Smhd() { return FullAtom("smhd", 0, Zeros(4)); }
+Bytes Dinf() { return Atom("dinf", FullAtom("dref", 0, Join({U32(1), FullAtom("url ", 1, {})}))); }
+
+Bytes Stts(uint32_t sampleCount, uint32_t sampleDuration) {
+    return FullAtom("stts", 0, Join({U32(1), U32(sampleCount), U32(sampleDuration)}));
+}
+
+Bytes Stsc(uint32_t firstChunk, uint32_t samplesPerChunk) {
+    return FullAtom("stsc", 0, Join({U32(1), U32(firstChunk), U32(samplesPerChunk), U32(1)}));
+}
+
+Bytes Stsz(const std::vector<uint32_t>& sizes) {
+    Bytes table = Join({U32(0), U32(uint32_t(sizes.size()))});
+    for (uint32_t size : sizes) table = Join({table, U32(size)});
+    return FullAtom("stsz", 0, table);
+}
+
+Bytes Stco(const std::vector<uint32_t>& offsets) {
+    Bytes table = U32(uint32_t(offsets.size()));
+    for (uint32_t offset : offsets) table = Join({table, U32(offset)});
+    return FullAtom("stco", 0, table);
+}
+
+Bytes Stss(const std::vector<uint32_t>& sampleNumbers) {
+    Bytes table = U32(uint32_t(sampleNumbers.size()));
+    for (uint32_t number : sampleNumbers) table = Join({table, U32(number)});
+    return FullAtom("stss", 0, table);
+}
+
+Bytes Ctts(const std::vector<std::pair<uint32_t, uint32_t>>& rows) {
+    Bytes table = U32(uint32_t(rows.size()));
+    for (const auto& [count, offset] : rows) table = Join({table, U32(count), U32(offset)});
+    return FullAtom("ctts", 0, table);
+}
+
+Bytes VideoEntry(const std::string& format, uint16_t width, uint16_t height, const Bytes& children) {
+    const Bytes fixed = Join({Zeros(6), U16(1), U16(0), U16(0), Zeros(4), U32(0), U32(0), U16(width), U16(height),
+                              U32(0x480000), U32(0x480000), U32(0), U16(1), Zeros(32), U16(24), U16(0xffff)});
+    return Atom(format, Join({fixed, children}));
+}
+
+Bytes AudioEntry(const std::string& format, uint16_t channels, uint16_t sampleSize, uint32_t sampleRate,
+                 const Bytes& children) {
+    const Bytes fixed = Join({Zeros(6), U16(1), U16(0), U16(0), Zeros(4), U16(channels), U16(sampleSize), U16(0),
+                              U16(0), U32(sampleRate << 16)});
+    return Atom(format, Join({fixed, children}));
+}
+
+Bytes Stsd(std::initializer_list<Bytes> entries) {
+    Bytes table = U32(uint32_t(entries.size()));
+    for (const Bytes& entry : entries) table = Join({table, entry});
+    return FullAtom("stsd", 0, table);
+}
+
+Bytes SampleTable(const Bytes& entry, uint32_t sampleCount, uint32_t sampleDuration) {
+    return Atom("stbl", Join({Stsd({entry}), Stts(sampleCount, sampleDuration), Stsc(1, sampleCount),
+                              Stsz(std::vector<uint32_t>(sampleCount, 100)), Stco({48})}));
+}
+
+Bytes Track(const std::string& handlerSubtype, const Bytes& mediaHeader, const Bytes& stbl, uint32_t timeScale,
+            uint32_t mediaDuration) {
+    const Bytes minf = Atom("minf", Join({mediaHeader, Dinf(), stbl}));
+    const Bytes mdia = Atom("mdia", Join({Mdhd(timeScale, mediaDuration), Hdlr("mhlr", handlerSubtype), minf}));
+    return Atom("trak", Join({Tkhd(1, 2000), mdia}));
+}
+
+Bytes SmallMovie(uint32_t sampleCount) {
+    const Bytes stbl = SampleTable(VideoEntry("avc1", 320, 240, {}), sampleCount, 512);
+    return Atom("moov", Join({Mvhd(1000, sampleCount * 40), Track("vide", Vmhd(), stbl, 12800, sampleCount * 512)}));
+}
+
+namespace {
+
+void Collect(const Bytes& file, size_t begin, size_t end, const std::vector<std::string>& path, size_t step,
+             std::vector<AtomSpan>& found) {
+    for (size_t at = begin; at + 8 <= end;) {
+        uint32_t size = (uint32_t(file[at]) << 24) | (uint32_t(file[at + 1]) << 16) | (uint32_t(file[at + 2]) << 8) |
+                        file[at + 3];
+        if (size < 8 || size > end - at) return;
+        if (std::string(file.begin() + long(at) + 4, file.begin() + long(at) + 8) == path[step]) {
+            if (step + 1 == path.size()) found.push_back({at, size});
+            else Collect(file, at + 8, at + size, path, step + 1, found);
+        }
+        at += size;
+    }
+}
+
+}  // namespace
+
+std::vector<AtomSpan> FindAtoms(const Bytes& file, const std::vector<std::string>& path) {
+    std::vector<AtomSpan> found;
+    if (!path.empty()) Collect(file, 0, file.size(), path, 0, found);
+    return found;
+}
+
+Bytes AtomAt(const Bytes& file, const std::vector<std::string>& path) {
+    const auto found = FindAtoms(file, path);
+    if (found.empty()) return {};
+    return Bytes(file.begin() + long(found[0].offset), file.begin() + long(found[0].offset + found[0].size));
+}
+
+std::string MakeContainerReference(const ReferenceRecipe& recipe) {
+    std::string name = "container_" + recipe.video + "_" + (recipe.audio.empty() ? "silent" : recipe.audio) +
+                       (recipe.faststart ? "_faststart" : "") + "." + recipe.container;
+    std::string arguments = "-f lavfi -i testsrc=size=320x240:rate=25 ";
+    if (!recipe.audio.empty()) arguments += "-f lavfi -i sine=frequency=440:sample_rate=44100 -ac 2 ";
+    arguments += "-t 2 -pix_fmt yuv420p ";
+    if (recipe.video == "hevc")
+        arguments += "-c:v libx265 -preset ultrafast -tag:v hvc1 -x265-params log-level=error ";
+    else if (recipe.video == "h264-bframes")
+        arguments += "-c:v libx264 -preset fast -bf 2 ";
+    else
+        arguments += "-c:v libx264 -preset ultrafast ";
+    if (recipe.audio == "aac") arguments += "-c:a aac -b:a 96k ";
+    else if (recipe.audio == "sowt") arguments += "-c:a pcm_s16le ";
+    else if (recipe.audio == "twos") arguments += "-c:a pcm_s16be ";
+    if (recipe.faststart) arguments += "-movflags +faststart ";
+    return MakeFixture(name, arguments);
+}
+
+}  // namespace tolmi::test
