@@ -24,9 +24,9 @@ MovRecipe H265AacRecipe();
 MovRecipe H264PcmRecipe(bool bigEndian);  // sowt (little-endian) or twos (big-endian), in MOV
 MovRecipe H264OnlyRecipe();
 
-// The healthy reference (test pattern 1, 440 Hz) and another recording
-// (test pattern 2, 1000 Hz), both 6 seconds with the moov behind the media
-// data. Empty when ffmpeg is missing or fails.
+// The healthy reference (test pattern 1, 440 Hz, 3 seconds) and another
+// recording (test pattern 2, 1000 Hz, 6 seconds), both with the moov behind
+// the media data. Empty when ffmpeg is missing or fails.
 std::string MakeMovReference(const MovRecipe& recipe);
 std::string MakeMovRecording(const MovRecipe& recipe);
 

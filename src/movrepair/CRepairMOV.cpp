@@ -1,0 +1,307 @@
+#include "movrepair/CRepairMOV.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <span>
+#include <vector>
+
+#include "container/CAtomCreationRequest.h"
+#include "container/CMoov.h"
+#include "container/GFile.h"
+#include "movrepair/AacSampleRecognition.h"
+#include "movrepair/ChunkEntryList.h"
+#include "movrepair/FrameSizeFolder.h"
+#include "movrepair/MovRepairState.h"
+#include "movrepair/VideoSampleRecognition.h"
+#include "platform/ByteReader.h"
+#include "platform/ByteWriter.h"
+#include "streams/DecoderSpecifiInfoWrapper.h"
+#include "workflow/Language.h"
+
+namespace tolmi {
+namespace {
+
+// The last shown percentage starts here so that the first value always shows.
+constexpr int kNothingShown = 1000;
+// Samples are copied in pieces of at most this size.
+constexpr size_t kCopyPiece = size_t(4) << 20;
+
+bool Is(const std::string& text, const char* word) { return strcasecmp(text.c_str(), word) == 0; }
+
+bool IsVideoType(const std::string& type) { return Is(type, "AVC1") || Is(type, "HVC1"); }
+
+// percent of the session, and the bar and label when the whole number changes.
+void ShowPercent(int percent, int& lastShown) {
+    Session().percent = percent;
+    if (percent == lastShown) return;
+    lastShown = percent;
+    Session().Ui().setProgress(percent);
+}
+
+// "%0.2f MB", or "%0.2f GB" from 1024 MB on, in single precision.
+std::string SizeText(uint64_t bytes) {
+    float size = float(bytes) / 1048576.0f;
+    const char* format = "%0.2f MB";
+    if (size >= 1024.0f) {
+        size /= 1024.0f;
+        format = "%0.2f GB";
+    }
+    char text[64];
+    std::snprintf(text, sizeof text, format, double(size));
+    return text;
+}
+
+// The walk of the damaged file for video runs, and what it makes of the
+// stretches between them.
+class MediaDataScan {
+public:
+    MediaDataScan(MovRepairState& state, GFile& reference, uint8_t lengthSize, ReferenceParameterSets sets)
+        : state_(state), reference_(reference), lengthSize_(lengthSize), sets_(sets) {}
+
+    // False when the job was stopped.
+    bool Run();
+    void MakeRequests();
+
+private:
+    void AcceptVideoRun(SampleRun run, uint32_t frameCount);
+    void TakeGap(uint64_t runOffset);
+    void TakeAacGap(uint64_t lastEnd, uint64_t gap);
+    void AddAudioRun(SampleRun run, uint32_t samplesPerChunk, bool inFront);
+    std::span<const uint8_t> AacConfig();
+
+    MovRepairState& state_;
+    GFile& reference_;
+    uint8_t lengthSize_;
+    ReferenceParameterSets sets_;
+    ChunkEntryList video_, audio_;
+    const DecoderSpecifiInfoWrapper* aacConfig_ = nullptr;
+    bool aacConfigRead_ = false;
+};
+
+bool MediaDataScan::Run() {
+    DamagedFile& file = state_.damagedFile;
+    const uint64_t fileSize = file.size();
+    int lastShown = kNothingShown;
+    uint64_t position = 0;
+    while (position < fileSize) {
+        if (WaitWhilePaused()) return false;
+        ShowPercent(int(position * 100 / fileSize), lastShown);
+        SampleRun run;
+        uint32_t frameCount = 0;
+        // A chain needs three units to count; otherwise the search moves on by one byte.
+        if (CollectVideoRun(position, run, file, lengthSize_, frameCount, sets_) <= 2) {
+            ++position;
+            continue;
+        }
+        position = run.back()->offset + run.back()->size;
+        AcceptVideoRun(std::move(run), frameCount);
+    }
+    return !WaitWhilePaused();
+}
+
+void MediaDataScan::AcceptVideoRun(SampleRun run, uint32_t frameCount) {
+    // Nothing in front of the first run is looked at now.
+    if (!state_.videoSamples.empty()) TakeGap(run.front()->offset);
+    video_.AddChunk(frameCount);
+    for (const auto& sample : run) state_.videoSamples.push_back(sample.get());
+    state_.sampleRuns.push_back(std::move(run));
+}
+
+// The stretch between the last video run and the next is audio of the
+// reference's format.
+void MediaDataScan::TakeGap(uint64_t runOffset) {
+    const CSample& last = *state_.videoSamples.back();
+    const uint64_t lastEnd = last.offset + last.size;
+    const uint64_t gap = runOffset - lastEnd;
+    const std::string& format = Session().audioCoderFormat;
+    if (Is(format, "MP4A_AUDIO_CODER_FORMAT")) {
+        TakeAacGap(lastEnd, gap);
+    } else if (Is(format, "SOWT_AUDIO_CODER_FORMAT")) {
+        // A PCM frame counts as 4 bytes here, whatever the reference says.
+        SampleRun run;
+        run.push_back(std::make_unique<CSample>(lastEnd, gap, "SOWT"));
+        AddAudioRun(std::move(run), uint32_t(gap / 4), false);
+    } else if (Is(format, "TWOS_AUDIO_CODER_FORMAT")) {
+        // The sample-to-chunk table of twos comes from the reference, so
+        // the chunk is neither counted nor recorded here.
+        SampleRun run;
+        run.push_back(std::make_unique<CSample>(lastEnd, gap, "SOWT"));
+        state_.audioSamples.push_back(run.front().get());
+        state_.sampleRuns.push_back(std::move(run));
+    }
+}
+
+void MediaDataScan::TakeAacGap(uint64_t lastEnd, uint64_t gap) {
+    DamagedFile& file = state_.damagedFile;
+    // Until some audio is found, the stretch in front of the first video
+    // run is tried again at each run.
+    if (state_.audioSamples.empty()) {
+        SampleRun front = CollectAacRun(file, 0, state_.videoSamples.front()->offset, AacConfig());
+        const uint32_t count = uint32_t(front.size());
+        if (count > 0) AddAudioRun(std::move(front), count, true);
+    }
+    SampleRun found = CollectAacRun(file, lastEnd, gap, AacConfig());
+    const uint32_t count = uint32_t(found.size());
+    if (count > 0) AddAudioRun(std::move(found), count, false);
+}
+
+void MediaDataScan::AddAudioRun(SampleRun run, uint32_t samplesPerChunk, bool inFront) {
+    audio_.AddChunk(samplesPerChunk);
+    for (const auto& sample : run) state_.audioSamples.push_back(sample.get());
+    if (inFront) state_.sampleRuns.push_front(std::move(run));
+    else state_.sampleRuns.push_back(std::move(run));
+}
+
+std::span<const uint8_t> MediaDataScan::AacConfig() {
+    if (!aacConfigRead_) {
+        aacConfig_ = reference_.GetAacConfig();
+        aacConfigRead_ = true;
+    }
+    return aacConfig_ ? aacConfig_->bytes() : std::span<const uint8_t>();
+}
+
+void MediaDataScan::MakeRequests() {
+    state_.audioRequest = std::make_unique<CAtomCreationRequest>();
+    state_.audioRequest->requestKind = "AUDIO_REQUEST";
+    state_.audioRequest->chunkEntries = audio_.HandOver(state_.chunkEntryRows);
+    state_.videoRequest = std::make_unique<CAtomCreationRequest>();
+    state_.videoRequest->requestKind = "VIDEO_REQUEST";
+    state_.videoRequest->chunkEntries = video_.HandOver(state_.chunkEntryRows);
+}
+
+// Copies size bytes at offset of in to position of out; bytes that cannot
+// be read are written as zeros.
+void CopySample(DamagedFile& in, const CSample& sample, File& out, uint64_t position) {
+    std::vector<uint8_t> piece;
+    for (uint64_t done = 0; done < sample.size;) {
+        size_t count = size_t(std::min<uint64_t>(kCopyPiece, sample.size - done));
+        piece.assign(count, 0);
+        in.read(sample.offset + done, piece.data(), count);
+        out.writeAt(position + done, piece.data(), count);
+        done += count;
+    }
+}
+
+}  // namespace
+
+CRepairMOV::CRepairMOV() {
+    MovState().Clear();
+    Session().jobFailed = 0;
+}
+
+void CRepairMOV::ScanMediaData() {
+    RepairSession& s = Session();
+    MovRepairState& state = MovState();
+    const bool h265 = Is(s.videoCoderFormat, "HVC1_VIDEO_CODER_FORMAT");
+    if (!h265 && !Is(s.videoCoderFormat, "AVC1_VIDEO_CODER_FORMAT")) return;
+    if (WaitWhilePaused()) return;
+    if (!s.referenceFile || !state.damagedFile.open(s.corruptedPath)) return;
+
+    GFile& reference = *s.referenceFile;
+    const uint8_t lengthSize = reference.GetLengthSize();
+    ReferenceParameterSets sets{reference.GetSps(), reference.GetPps(), h265 ? reference.GetVps() : nullptr};
+    if (!sets.sps || !sets.pps || (h265 && !sets.vps)) {
+        state.damagedFile.close();
+        return;
+    }
+
+    s.Ui().showStatus(LoadText("IDS_PLEASE_WAIT", 520));
+    s.Ui().setProgress(0);
+    s.percent = 0;
+
+    MediaDataScan scan(state, reference, lengthSize, sets);
+    if (scan.Run()) scan.MakeRequests();
+    state.damagedFile.close();
+}
+
+void CRepairMOV::WriteRepairedFile(std::string tempPath, std::string damagedPath) {
+    RepairSession& s = Session();
+    File out(tempPath, FileAccess::ReadWrite, FileCreation::CreateAlways);
+    SetHiddenAttribute(tempPath);
+    DamagedFile in;
+    in.open(damagedPath);
+    s.previewDescriptor = tempPath + "$$" + s.corruptedName + "$$" + SizeText(in.size()) + "$$";
+    WriteSampleData(out, in, tempPath);
+    in.close();
+}
+
+void CRepairMOV::WriteSampleData(File& out, DamagedFile& in, const std::string& path) {
+    RepairSession& s = Session();
+    MovRepairState& state = MovState();
+    if (WaitWhilePaused()) return out.close();
+    if (state.sampleRuns.empty()) return GiveUp(out);
+
+    // Room for the header of the media data atom, written when its size is known.
+    state.mediaHeaderPos = 0;
+    const uint8_t room[16] = {};
+    out.writeAt(0, room, sizeof room);
+    s.movOutputSize = out.size().value_or(0);
+
+    s.Ui().showStatus("Writing audio / video data forks..");
+    s.percent = 0;
+    int lastShown = kNothingShown;
+
+    std::vector<uint64_t> videoOffsets, audioOffsets;
+    std::vector<uint32_t> videoSizes, audioSizes;
+    FrameSizeFolder folder;
+    const uint32_t runCount = uint32_t(state.sampleRuns.size());
+    uint32_t runIndex = 0;
+    for (const SampleRun& run : state.sampleRuns) {
+        if (WaitWhilePaused()) return out.close();
+        ShowPercent(int(runIndex * 100 / runCount), lastShown);
+        ++runIndex;
+        if (run.empty()) continue;
+        // The output size at the start of a run is the offset of its chunk.
+        (IsVideoType(run.front()->type) ? videoOffsets : audioOffsets).push_back(s.movOutputSize);
+        for (const auto& sample : run) {
+            folder.Add(*sample, videoSizes, audioSizes);
+            CopySample(in, *sample, out, s.movOutputSize);
+            s.movOutputSize = out.size().value_or(s.movOutputSize);
+        }
+    }
+    if (WaitWhilePaused()) return out.close();
+
+    GFile& reference = *s.referenceFile;
+    CAtomCreationRequest& audio = *state.audioRequest;
+    audio.chunkOffsets = std::move(audioOffsets);
+    audio.sampleSizes = std::move(audioSizes);
+    audio.timeScale = reference.GetAudioTimeScale();
+    audio.sampleRate = reference.GetAudioRate();
+    CAtomCreationRequest& video = *state.videoRequest;
+    video.chunkOffsets = std::move(videoOffsets);
+    video.sampleSizes = std::move(videoSizes);
+    video.timeScale = reference.GetVideoTimeScale();
+    video.sampleRate = reference.GetVideoRate();
+    FinishMovie(out, path);
+}
+
+void CRepairMOV::FinishMovie(File& out, const std::string&) {
+    RepairSession& s = Session();
+    MovRepairState& state = MovState();
+    state.repairedFile = std::make_unique<GFile>();
+    state.repairedFile->movie = s.referenceFile->BuildRepairedMovie(state.videoRequest.get(), state.audioRequest.get());
+
+    // The media data atom in its 64-bit form: size field 1, type, size.
+    std::vector<uint8_t> header;
+    ByteWriter writer(header);
+    writer.u32be(1);
+    writer.fourcc(FourCC("mdat"));
+    writer.u64be(s.movOutputSize);
+    out.writeAt(state.mediaHeaderPos, header.data(), header.size());
+
+    if (state.repairedFile->movie) state.repairedFile->movie->WriteMovie(out);
+    out.close();
+    state.sampleRuns.clear();
+    state.videoSamples.clear();
+    state.audioSamples.clear();
+}
+
+void CRepairMOV::GiveUp(File& out) {
+    Session().Ui().showMessage(kInformation, "IDS_UNHEALTHY_1", "IDS_INFORMATION", DialogButtons::Ok);
+    Session().jobFailed = 1;
+    out.close();
+}
+
+}  // namespace tolmi

@@ -1,0 +1,44 @@
+#pragma once
+// The record of the MOV repair in progress; one job runs at a time, so it
+// is process-wide. The scan fills it, the writer empties it.
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <vector>
+
+#include "movrepair/CSample.h"
+#include "movrepair/ChunkEntryList.h"
+#include "movrepair/DamagedFile.h"
+#include "movrepair/VideoSampleRecognition.h"
+
+namespace tolmi {
+
+class CAtomCreationRequest;
+class GFile;
+
+struct MovRepairState {
+    MovRepairState();
+    ~MovRepairState();
+    MovRepairState(const MovRepairState&) = delete;
+    MovRepairState& operator=(const MovRepairState&) = delete;
+
+    // Back to the empty record of a new job.
+    void Clear();
+
+    DamagedFile damagedFile;              // open during the scan
+    std::vector<CSample*> videoSamples;   // in file order
+    std::vector<CSample*> audioSamples;   // in the order found
+    std::deque<SampleRun> sampleRuns;     // every accepted run in file order; owns the samples
+    std::unique_ptr<CAtomCreationRequest> audioRequest;
+    std::unique_ptr<CAtomCreationRequest> videoRequest;
+    // The sample-to-chunk rows that the requests point at.
+    ChunkEntryRows chunkEntryRows;
+    uint64_t mediaHeaderPos = 0;
+    // The file that holds the rebuilt movie once the writer has made it.
+    std::unique_ptr<GFile> repairedFile;
+};
+
+MovRepairState& MovState();
+
+}  // namespace tolmi

@@ -1,0 +1,55 @@
+#include "EngineRun.h"
+
+#include <memory>
+
+#include "container/GFile.h"
+#include "movrepair/CRepairMOV.h"
+#include "platform/Environment.h"
+#include "platform/File.h"
+#include "workflow/RepairSession.h"
+
+namespace tolmi::test {
+
+std::shared_ptr<CRepairMOV> PrepareMovJob(const std::string& damaged, const std::string& reference,
+                                          const std::string& moduleDir, WorkflowUi* ui) {
+    RepairSession& s = Session();
+    s.reset();
+    s.ui = ui;
+    Environment::OverrideModuleDir(moduleDir);
+    s.isMovJob = 1;
+    s.corruptedPath = damaged;
+    s.corruptedName = BaseName(damaged);
+    s.referencePath = reference;
+    s.scanPath = reference;
+
+    auto file = std::make_shared<GFile>();
+    auto engine = std::make_shared<CRepairMOV>();
+    s.referenceFile = file;
+    s.engine = engine;
+    file->ScanFile(s.scanPath);
+    return file->movie ? engine : nullptr;
+}
+
+std::string WriteMovResult(CRepairMOV& engine, const std::string& moduleDir) {
+    RepairSession& s = Session();
+    const std::string dir = JoinPath(moduleDir, "$tmp");
+    CreateDirectoryPath(dir);
+    s.tempOutputPath = JoinPath(dir, "Repaired.mov");
+    DeleteFilePath(s.tempOutputPath);
+    engine.WriteRepairedFile(s.tempOutputPath, s.corruptedPath);
+    return s.tempOutputPath;
+}
+
+EngineRun RunMovEngine(const std::string& damaged, const std::string& reference, const std::string& moduleDir,
+                       WorkflowUi* ui) {
+    EngineRun run;
+    std::shared_ptr<CRepairMOV> engine = PrepareMovJob(damaged, reference, moduleDir, ui);
+    run.referenceHasMovie = engine != nullptr;
+    if (!engine) return run;
+    engine->ScanMediaData();
+    std::string output = WriteMovResult(*engine, moduleDir);
+    if (!Session().jobFailed) run.output = output;
+    return run;
+}
+
+}  // namespace tolmi::test

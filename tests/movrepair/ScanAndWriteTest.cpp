@@ -1,0 +1,314 @@
+// The scan loop and the writer on damaged files laid out unit by unit from
+// real x264 and AAC output, against a reference made with the same encoder
+// settings: which chains count, the sample-to-chunk entries, the audio
+// between runs, the folding of units into frames, and the rebuilt layout.
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include "EngineRun.h"
+#include "MovFixtures.h"
+#include "NalStreamFixtures.h"
+#include "ScriptedUi.h"
+#include "TestSupport.h"
+#include "container/CAtomCreationRequest.h"
+#include "movrepair/MovRepairState.h"
+#include "platform/ByteReader.h"
+#include "workflow/RepairSession.h"
+
+namespace tolmi {
+namespace {
+
+using test::Bytes;
+
+constexpr const char* kPicture = "-f lavfi -i testsrc2=size=320x240:rate=25:duration=1 -pix_fmt yuv420p ";
+constexpr const char* kEncoder = "-c:v libx264 -g 25 -bf 0 ";
+
+struct Row {
+    uint32_t firstChunk, samplesPerChunk;
+    bool operator==(const Row&) const = default;
+};
+
+std::vector<Row> Rows(const CAtomCreationRequest* request) {
+    std::vector<Row> rows;
+    if (!request) return rows;
+    for (const CSampleToChunkEntery* e : request->chunkEntries) {
+        EXPECT_EQ(e->sampleDescriptionIndex, 1u);
+        rows.push_back({e->firstChunk, e->samplesPerChunk});
+    }
+    return rows;
+}
+
+class ScanAndWrite : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!test::HaveFfmpeg()) GTEST_SKIP() << "ffmpeg is missing";
+        // The same encoder settings as the units, with AAC audio beside.
+        reference_ = test::MakeFixture("movrepair_scan_reference.mp4",
+                                       "-f lavfi -i testsrc2=size=320x240:rate=25:duration=1 "
+                                       "-f lavfi -i sine=frequency=440:sample_rate=44100:duration=1 -ac 2 "
+                                       "-pix_fmt yuv420p " +
+                                           std::string(kEncoder) + "-c:a aac -b:a 96k");
+        units_ = test::EncodedUnits("movrepair_x264_1slice.h264", std::string(kPicture) + kEncoder);
+        ASSERT_FALSE(reference_.empty());
+        ASSERT_GT(units_.size(), 20u);
+        for (size_t i = 4; i < 20; ++i) ASSERT_EQ(test::TypeH264(units_[i]), 1);
+        ASSERT_EQ(test::TypeH264(units_[2]), 6);
+
+        std::string aac = test::MakeFixture("movrepair_aac_only.mp4",
+                                            "-f lavfi -i sine=frequency=1000:sample_rate=44100:duration=2 -ac 2 "
+                                            "-c:a aac -b:a 96k");
+        Bytes aacBytes = test::ReadAll(aac);
+        for (const test::PacketRecord& p : test::ProbePackets(aac, "a:0"))
+            aacFrames_.emplace_back(aacBytes.begin() + std::ptrdiff_t(p.pos),
+                                    aacBytes.begin() + std::ptrdiff_t(p.pos + p.size));
+        ASSERT_GT(aacFrames_.size(), 20u);
+    }
+    void TearDown() override { Session().reset(); }
+
+    // count P slices, from the pth one on, with their length prefixes.
+    Bytes Pictures(size_t count, size_t first = 4) const {
+        Bytes out;
+        test::AppendPrefixed(out, std::vector<Bytes>(units_.begin() + std::ptrdiff_t(first),
+                                                     units_.begin() + std::ptrdiff_t(first + count)));
+        return out;
+    }
+    Bytes Audio(size_t count, size_t first = 5) const {
+        Bytes out;
+        for (size_t i = first; i < first + count; ++i) out.insert(out.end(), aacFrames_[i].begin(), aacFrames_[i].end());
+        return out;
+    }
+    static void Append(Bytes& to, const Bytes& more) { to.insert(to.end(), more.begin(), more.end()); }
+
+    // Writes the damaged file and runs the scan on it.
+    std::shared_ptr<CRepairMOV> Scan(const Bytes& content, const char* audioFormat = nullptr) {
+        damaged_ = dir_.file("damaged.mp4");
+        test::WriteAll(damaged_, content);
+        auto engine = test::PrepareMovJob(damaged_, reference_, dir_.path(), &ui_);
+        EXPECT_NE(engine, nullptr);
+        if (!engine) return engine;
+        EXPECT_EQ(Session().videoCoderFormat, "AVC1_VIDEO_CODER_FORMAT");
+        if (audioFormat) Session().audioCoderFormat = audioFormat;
+        engine->ScanMediaData();
+        return engine;
+    }
+
+    test::TempDir dir_;
+    test::ScriptedUi ui_;
+    std::string reference_, damaged_;
+    std::vector<Bytes> units_, aacFrames_;
+};
+
+TEST_F(ScanAndWrite, AChainOfTwoUnitsIsPassedOverAndOneOfThreeCounts) {
+    Bytes content(16, 0);
+    Append(content, Pictures(2, 4));
+    const uint64_t second = content.size() + 16;
+    content.resize(second, 0);
+    Append(content, Pictures(3, 6));
+    content.resize(content.size() + 16, 0);
+    ASSERT_TRUE(Scan(content));
+
+    MovRepairState& state = MovState();
+    ASSERT_EQ(state.sampleRuns.size(), 1u);
+    ASSERT_EQ(state.videoSamples.size(), 3u);
+    EXPECT_EQ(state.videoSamples[0]->offset, second);
+    EXPECT_TRUE(state.audioSamples.empty());
+    EXPECT_EQ(Rows(state.videoRequest.get()), (std::vector<Row>{{1, 3}}));
+}
+
+TEST_F(ScanAndWrite, TheVideoTableGetsOneEntryPerChangeOfFrameCount) {
+    Bytes content;
+    Append(content, Pictures(3, 4));
+    content.resize(content.size() + 20, 0);
+    Append(content, Pictures(3, 7));
+    content.resize(content.size() + 20, 0);
+    Append(content, Pictures(4, 10));
+    content.resize(content.size() + 20, 0);
+    ASSERT_TRUE(Scan(content));
+
+    EXPECT_EQ(MovState().sampleRuns.size(), 3u);
+    EXPECT_EQ(Rows(MovState().videoRequest.get()), (std::vector<Row>{{1, 3}, {3, 4}}));
+    // Zero bytes are never audio.
+    EXPECT_TRUE(Rows(MovState().audioRequest.get()).empty());
+}
+
+TEST_F(ScanAndWrite, AudioInFrontOfTheFirstRunIsFoundAtTheSecondAndComesFirst) {
+    Bytes content = Audio(5, 5);
+    const uint64_t firstRun = content.size();
+    Append(content, Pictures(3, 4));
+    Append(content, Audio(4, 12));
+    Append(content, Pictures(3, 7));
+    ASSERT_TRUE(Scan(content));
+
+    MovRepairState& state = MovState();
+    ASSERT_EQ(state.sampleRuns.size(), 4u);
+    EXPECT_EQ(state.sampleRuns[0].size(), 5u);
+    EXPECT_EQ(state.sampleRuns[0].front()->type, "AAC");
+    EXPECT_EQ(state.sampleRuns[0].front()->offset, 0u);
+    EXPECT_EQ(state.sampleRuns[1].front()->offset, firstRun);
+    EXPECT_EQ(state.sampleRuns[2].size(), 4u);
+    EXPECT_EQ(state.audioSamples.size(), 9u);
+    EXPECT_EQ(Rows(state.audioRequest.get()), (std::vector<Row>{{1, 5}, {2, 4}}));
+    EXPECT_EQ(Rows(state.videoRequest.get()), (std::vector<Row>{{1, 3}}));
+}
+
+TEST_F(ScanAndWrite, SowtGapsAreOneSampleOfFourBytesAFrame) {
+    Bytes content = Pictures(3, 4);
+    const uint64_t gapStart = content.size();
+    content.resize(content.size() + 1002, 0xff);
+    Append(content, Pictures(3, 7));
+    content.resize(content.size() + 402, 0xff);
+    Append(content, Pictures(3, 10));
+    ASSERT_TRUE(Scan(content, "SOWT_AUDIO_CODER_FORMAT"));
+
+    MovRepairState& state = MovState();
+    ASSERT_EQ(state.audioSamples.size(), 2u);
+    EXPECT_EQ(state.audioSamples[0]->offset, gapStart);
+    EXPECT_EQ(state.audioSamples[0]->size, 1002u);
+    EXPECT_EQ(state.audioSamples[0]->type, "SOWT");
+    EXPECT_EQ(state.sampleRuns.size(), 5u);
+    EXPECT_EQ(Rows(state.audioRequest.get()), (std::vector<Row>{{1, 250}, {2, 100}}));
+}
+
+TEST_F(ScanAndWrite, TwosGapsAreSamplesWithoutEntries) {
+    Bytes content = Pictures(3, 4);
+    content.resize(content.size() + 1000, 0xff);
+    Append(content, Pictures(3, 7));
+    ASSERT_TRUE(Scan(content, "TWOS_AUDIO_CODER_FORMAT"));
+
+    MovRepairState& state = MovState();
+    ASSERT_EQ(state.audioSamples.size(), 1u);
+    EXPECT_EQ(state.audioSamples[0]->size, 1000u);
+    EXPECT_EQ(state.audioSamples[0]->type, "SOWT");
+    EXPECT_EQ(state.sampleRuns.size(), 3u);
+    EXPECT_TRUE(Rows(state.audioRequest.get()).empty());
+}
+
+TEST_F(ScanAndWrite, AFileOfOnlyOneRunHasNoAudio) {
+    Bytes content = Audio(6, 5);
+    Append(content, Pictures(5, 4));
+    Append(content, Audio(6, 12));
+    ASSERT_TRUE(Scan(content));
+    EXPECT_EQ(MovState().sampleRuns.size(), 1u);
+    EXPECT_TRUE(MovState().audioSamples.empty());
+}
+
+TEST_F(ScanAndWrite, TheWriterLaysOutRunsFoldsUnitsAndCarriesAcrossAudio) {
+    // Run 1: three pictures and an SEI that waits for the next frame; then
+    // audio; then run 2 of three pictures.
+    Bytes run1 = Pictures(3, 4);
+    test::AppendPrefixed(run1, {units_[2]});
+    Bytes audio = Audio(4, 12);
+    Bytes run2 = Pictures(3, 7);
+    Bytes content = run1;
+    Append(content, audio);
+    Append(content, run2);
+    auto engine = Scan(content);
+    ASSERT_TRUE(engine);
+    ASSERT_EQ(MovState().sampleRuns.size(), 3u);
+
+    std::string output = test::WriteMovResult(*engine, dir_.path());
+    ASSERT_EQ(Session().jobFailed, 0);
+    const CAtomCreationRequest& video = *MovState().videoRequest;
+    const CAtomCreationRequest& sound = *MovState().audioRequest;
+    EXPECT_EQ(video.chunkOffsets, (std::vector<uint64_t>{16, 16 + run1.size() + audio.size()}));
+    EXPECT_EQ(sound.chunkOffsets, (std::vector<uint64_t>{16 + run1.size()}));
+
+    std::vector<uint32_t> expected;
+    for (size_t i = 4; i < 7; ++i) expected.push_back(uint32_t(units_[i].size() + 4));
+    expected.push_back(uint32_t(units_[2].size() + 4 + units_[7].size() + 4));
+    for (size_t i = 8; i < 10; ++i) expected.push_back(uint32_t(units_[i].size() + 4));
+    EXPECT_EQ(video.sampleSizes, expected);
+    EXPECT_EQ(sound.sampleSizes.size(), 4u);
+    EXPECT_GT(video.timeScale, 0u);
+    EXPECT_GT(sound.timeScale, 0u);
+
+    // 64-bit mdat header, the samples without gaps, then the movie.
+    Bytes out = test::ReadAll(output);
+    const uint64_t movieAt = 16 + content.size();
+    ASSERT_GT(out.size(), movieAt + 8);
+    EXPECT_EQ(LoadU32be(&out[0]), 1u);
+    EXPECT_EQ(LoadU32be(&out[4]), FourCC("mdat"));
+    EXPECT_EQ(LoadU64be(&out[8]), movieAt);
+    EXPECT_TRUE(std::equal(content.begin(), content.end(), out.begin() + 16));
+    EXPECT_EQ(LoadU32be(&out[movieAt + 4]), FourCC("moov"));
+    EXPECT_EQ(LoadU32be(&out[movieAt]), out.size() - movieAt);
+    EXPECT_EQ(Session().movOutputSize.load(), out.size());
+
+    // The player's descriptor: path, name, size text, moov size word as a
+    // little-endian number, its position, and 1 for AAC.
+    const uint32_t sizeWord = uint32_t(out.size() - movieAt);
+    const uint32_t littleEndian = ((sizeWord & 0xff) << 24) | ((sizeWord & 0xff00) << 8) |
+                                  ((sizeWord >> 8) & 0xff00) | (sizeWord >> 24);
+    char sizeText[32];
+    std::snprintf(sizeText, sizeof sizeText, "%0.2f MB", double(float(content.size()) / 1048576.0f));
+    EXPECT_EQ(Session().previewDescriptor, output + "$$damaged.mp4$$" + sizeText + "$$" +
+                                               std::to_string(littleEndian) + "$$" + std::to_string(movieAt) + "$$1");
+
+    // The scan showed its text and started at 0; the writer never reaches 100.
+    EXPECT_TRUE(ui_.called("showStatus Writing audio / video data forks.."));
+    std::vector<int> progress = ui_.progress();
+    ASSERT_FALSE(progress.empty());
+    EXPECT_EQ(progress.front(), 0);
+    EXPECT_LT(Session().percent, 100);
+    EXPECT_TRUE(MovState().sampleRuns.empty());
+}
+
+TEST_F(ScanAndWrite, ASampleRunningPastTheEndIsWrittenWholeWithZeros) {
+    Bytes content = Pictures(2, 4);
+    Bytes last = test::Prefixed(units_[6]);
+    const uint32_t claimed = uint32_t(units_[6].size() + 5000);
+    last[0] = uint8_t(claimed >> 24), last[1] = uint8_t(claimed >> 16), last[2] = uint8_t(claimed >> 8),
+    last[3] = uint8_t(claimed);
+    Append(content, last);
+    auto engine = Scan(content);
+    ASSERT_TRUE(engine);
+    ASSERT_EQ(MovState().videoSamples.size(), 3u);
+
+    std::string output = test::WriteMovResult(*engine, dir_.path());
+    Bytes out = test::ReadAll(output);
+    const uint64_t movieAt = 16 + content.size() + 5000;
+    ASSERT_GT(out.size(), movieAt + 8);
+    EXPECT_EQ(LoadU64be(&out[8]), movieAt);
+    EXPECT_TRUE(std::equal(content.begin(), content.end(), out.begin() + 16));
+    EXPECT_TRUE(std::all_of(out.begin() + std::ptrdiff_t(16 + content.size()), out.begin() + std::ptrdiff_t(movieAt),
+                            [](uint8_t b) { return b == 0; }));
+    EXPECT_EQ(MovState().videoRequest->sampleSizes.back(), claimed + 4);
+}
+
+TEST_F(ScanAndWrite, AnEmptyFileGivesUpWithTheMessage) {
+    auto engine = Scan({});
+    ASSERT_TRUE(engine);
+    EXPECT_TRUE(MovState().sampleRuns.empty());
+    EXPECT_NE(MovState().videoRequest, nullptr);
+    EXPECT_NE(MovState().audioRequest, nullptr);
+    test::WriteMovResult(*engine, dir_.path());
+    EXPECT_EQ(Session().jobFailed, 1);
+    EXPECT_TRUE(ui_.called("showMessage 4 IDS_UNHEALTHY_1 IDS_INFORMATION"));
+}
+
+TEST_F(ScanAndWrite, AStopBeforeTheScanLeavesNoRequests) {
+    damaged_ = dir_.file("damaged.mp4");
+    test::WriteAll(damaged_, Pictures(6));
+    auto engine = test::PrepareMovJob(damaged_, reference_, dir_.path(), &ui_);
+    ASSERT_TRUE(engine);
+    Session().stopRequested = 1;
+    engine->ScanMediaData();
+    EXPECT_EQ(MovState().videoRequest, nullptr);
+    EXPECT_TRUE(MovState().sampleRuns.empty());
+}
+
+TEST_F(ScanAndWrite, OtherVideoFormatsAreLeftAlone) {
+    damaged_ = dir_.file("damaged.mp4");
+    test::WriteAll(damaged_, Pictures(6));
+    auto engine = test::PrepareMovJob(damaged_, reference_, dir_.path(), &ui_);
+    ASSERT_TRUE(engine);
+    Session().videoCoderFormat = "UNKNOWN_VIDEO_CODER_FORMAT";
+    engine->ScanMediaData();
+    EXPECT_EQ(MovState().videoRequest, nullptr);
+    EXPECT_TRUE(MovState().sampleRuns.empty());
+}
+
+}  // namespace
+}  // namespace tolmi
