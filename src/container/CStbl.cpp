@@ -37,6 +37,8 @@ uint32_t PcmSampleCount(size_t chunkCount, const std::vector<CSampleToChunkEnter
 
 CStbl::CStbl(const uint8_t* bytes, uint32_t length, AtomArena& arena) {
     size = length;
+    // The sum belongs to this table alone; the minf reader clears it after its test anyway.
+    sampleTableBytes = 0;
     CatchAll([&] {
         std::span<const uint8_t> atom(bytes, length);
         ByteReader in(atom);

@@ -124,9 +124,13 @@ namespace {
 
 void Collect(const Bytes& file, size_t begin, size_t end, const std::vector<std::string>& path, size_t step,
              std::vector<AtomSpan>& found) {
+    const auto u32 = [&](size_t at) {
+        return (uint32_t(file[at]) << 24) | (uint32_t(file[at + 1]) << 16) | (uint32_t(file[at + 2]) << 8) | file[at + 3];
+    };
     for (size_t at = begin; at + 8 <= end;) {
-        uint32_t size = (uint32_t(file[at]) << 24) | (uint32_t(file[at + 1]) << 16) | (uint32_t(file[at + 2]) << 8) |
-                        file[at + 3];
+        uint64_t size = u32(at);
+        if (size == 1 && at + 16 <= end) size = (uint64_t(u32(at + 8)) << 32) | u32(at + 12);  // 64-bit form
+        if (size == 0) size = end - at;  // runs to the end
         if (size < 8 || size > end - at) return;
         if (std::string(file.begin() + long(at) + 4, file.begin() + long(at) + 8) == path[step]) {
             if (step + 1 == path.size()) found.push_back({at, size});
