@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "AviRepairHarness.h"
 #include "platform/File.h"
 #include "workflow/RepairSession.h"
@@ -340,12 +342,6 @@ TEST_F(AviRepairTest, JpegNearTheStartIsSavedForAnAviName) {
     EXPECT_TRUE(ReadAll(TmpFile("$tmp$.bmp")).empty());
 }
 
-}  // namespace
-}  // namespace tolmi::test
-
-namespace tolmi::test {
-namespace {
-
 // A file whose second chunk is a hole so large that the output comes to
 // outputSizeBehindIt when it has been copied; a small chunk follows.
 std::string WriteSparseFile(const std::string& path, uint64_t outputSizeBehindIt) {
@@ -373,6 +369,80 @@ TEST_F(AviRepairTest, OutputStopsShortOf4GiB) {
     EXPECT_EQ(Session().aviVideoChunks, 2u);  // the hole was copied, the chunk behind it refused
     EXPECT_FALSE(AnyPassFileLeft());
     DeleteFilePath(at);
+}
+
+TEST_F(AviRepairTest, RandomDamageEndsCleanly) {
+    // Whatever the damage, the pass ends, and its output agrees with the
+    // sizes it wrote; a failure leaves nothing behind.
+    AviLayout layout = VideoAndAudio();
+    const std::vector<uint8_t> intact = BuildFile(layout, SomeChunks(30, 20));
+    std::mt19937 random(11);
+    for (int round = 0; round < 40; ++round) {
+        std::vector<uint8_t> bytes = intact;
+        for (int hits = 1 + int(random() % 4); hits > 0; --hits) {
+            const size_t at = random() % bytes.size();
+            const size_t length = std::min<size_t>(1 + random() % 64, bytes.size() - at);
+            switch (random() % 3) {
+                case 0:
+                    for (size_t i = at; i < at + length; ++i) bytes[i] = uint8_t(random());
+                    break;
+                case 1:
+                    bytes.erase(bytes.begin() + long(at), bytes.begin() + long(at + length));
+                    break;
+                default:
+                    bytes.resize(std::max<size_t>(at, 200));
+                    break;
+            }
+        }
+        const AviOutcome out = RepairBytes(bytes);
+        ASSERT_TRUE(out.result == 0 || out.result == 1) << "round " << round;
+        if (out.result == 0) {
+            EXPECT_FALSE(AnyPassFileLeft()) << "round " << round;
+            continue;
+        }
+        EXPECT_EQ(Session().aviOutputSize + 8, out.bytes.size()) << "round " << round;
+        EXPECT_EQ(uint32_t(Session().aviOutputSize), GetU32le(out.bytes, 4)) << "round " << round;
+        // Without a kept chunk there is no movi list, and no size of hdrl.
+        const uint32_t kept = Session().aviVideoChunks + Session().aviAudioChunks;
+        if (kept == 0) continue;
+        ASSERT_TRUE(out.avi.wellFormed) << "round " << round << ": " << out.avi.error;
+        EXPECT_EQ(out.avi.index.size(), kept) << "round " << round;
+    }
+}
+
+TEST_F(AviRepairTest, SecondRiffPartJoinsTheSameMoviList) {
+    const std::vector<Chunk> first = SomeChunks(3, 3), second = SomeChunks(2, 2);
+    std::vector<uint8_t> file = BuildFile(VideoAndAudio(), first, false);
+    const size_t riff = BeginAviList(file, "RIFF", "AVIX");
+    const size_t movi = BeginAviList(file, "LIST", "movi");
+    for (const Chunk& c : second) AppendAviChunk(file, c.id, c.data);
+    AppendAviChunk(file, "idx1", {});
+    EndAviList(file, movi);
+    EndAviList(file, riff);
+    const AviOutcome out = RepairBytes(file);
+    ASSERT_TRUE(out.avi.wellFormed) << out.avi.error;
+    // The chunk in front of the second RIFF has no chunk id behind it.
+    std::vector<Chunk> expected(first.begin(), first.end() - 1);
+    expected.insert(expected.end(), second.begin(), second.end());
+    ExpectChunks(out.avi, expected);
+}
+
+TEST_F(AviRepairTest, MoviListSizeIsNeverUsed) {
+    const std::vector<Chunk> chunks = SomeChunks(3, 3);
+    std::vector<uint8_t> file = BuildFile(VideoAndAudio(), chunks);
+    PutU32le(file, FindText(file, "movi") - 4, 0);
+    const AviOutcome out = RepairBytes(file);
+    ASSERT_TRUE(out.avi.wellFormed) << out.avi.error;
+    ExpectChunks(out.avi, chunks);
+}
+
+TEST_F(AviRepairTest, HeadersWithoutChunksGiveAnEmptyIndex) {
+    const AviOutcome out = RepairBytes(BuildFile(VideoAndAudio(), {}));
+    ASSERT_EQ(out.result, 1);
+    ASSERT_TRUE(out.avi.wellFormed) << out.avi.error;
+    EXPECT_TRUE(out.avi.chunks.empty());
+    EXPECT_TRUE(out.avi.index.empty());
+    EXPECT_EQ(GetU32le(out.bytes, kTotalFramesAt), 0u);
 }
 
 }  // namespace
