@@ -28,26 +28,21 @@ bool SPS_265::Parse(const uint8_t* nal, uint32_t length, int32_t searchWidth, in
 }
 
 // profile_tier_level has a length that depends on its flags, so instead of
-// parsing it we try each start byte until sps_seq_parameter_set_id,
-// chroma_format_idc and the picture size read there are plausible and the
-// size matches the one we search (up to the next multiple of the coding
-// block: 1088 lines match 1080).
+// parsing it we try each start byte: from it, the scan moves on byte by
+// byte (behind what it has read) to the first place where
+// sps_seq_parameter_set_id and chroma_format_idc are plausible, and takes
+// the picture size read there if it matches the one we search, up to the
+// next multiple of the coding block (1088 lines match 1080). Otherwise it
+// tries the next start byte.
 bool SPS_265::FindPictureSize(BitCursor& c, int32_t searchWidth, int32_t searchHeight) {
     if (searchWidth <= 0 || searchHeight <= 0) return false;
-    while (true) {
-        size_t start = c.byteIndex();
-        if (c.atEnd()) return false;
-        bool plausible = false;
-        while (!c.atEnd()) {
-            sps_seq_parameter_set_id = Ue(c);
-            chroma_format_idc = Ue(c);
-            if (uint32_t(sps_seq_parameter_set_id) < 16 && uint32_t(chroma_format_idc) < 4) {
-                plausible = true;
-                break;
-            }
-            c.moveTo(c.byteIndex() + 1);
-        }
-        if (!plausible) return false;
+    PlausiblePlaces places(c.size());
+    for (size_t start = c.byteIndex(); start < c.size(); ++start) {
+        size_t place = 0;
+        if (!places.FirstFrom(c, start, place)) return false;
+        c.moveTo(place);
+        sps_seq_parameter_set_id = Ue(c);
+        chroma_format_idc = Ue(c);
         separate_colour_plane_flag = chroma_format_idc == 3 ? Bit(c) : 0;
         ChromaArrayType = separate_colour_plane_flag == 1 ? 0 : chroma_format_idc;
         pic_width_in_luma_samples = Ue(c);
@@ -56,8 +51,38 @@ bool SPS_265::FindPictureSize(BitCursor& c, int32_t searchWidth, int32_t searchH
             return !c.atEnd();
         pic_width_in_luma_samples = 0;
         pic_height_in_luma_samples = 0;
-        c.moveTo(start + 1);
     }
+    return false;
+}
+
+// Scans from different start bytes join the same chain of places, so the
+// answer for each place is kept: the search stays linear in the length
+// (a quadratic one stalls for minutes on a 64 KiB hvcC of crafted bytes).
+SPS_265::PlausiblePlaces::PlausiblePlaces(size_t length) : firstFrom_(length, kUnknown) {}
+
+bool SPS_265::PlausiblePlaces::FirstFrom(BitCursor& c, size_t start, size_t& place) {
+    std::vector<size_t> visited;
+    size_t pos = start;
+    int64_t found = kNone;
+    while (pos < firstFrom_.size()) {
+        if (firstFrom_[pos] != kUnknown) {
+            found = firstFrom_[pos];
+            break;
+        }
+        visited.push_back(pos);
+        c.moveTo(pos);
+        uint32_t id = c.ReadUE();
+        uint32_t chroma = c.ReadUE();
+        if (id < 16 && chroma < 4) {
+            found = int64_t(pos);
+            break;
+        }
+        pos = c.byteIndex() + 1;
+    }
+    for (size_t v : visited) firstFrom_[v] = found;
+    if (found == kNone) return false;
+    place = size_t(found);
+    return true;
 }
 
 bool SPS_265::ReadBehindPictureSize(BitCursor& c) {

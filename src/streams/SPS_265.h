@@ -4,7 +4,9 @@
 // reader finds the picture size it already knows (from the sample entry)
 // and reads on from there, up to vui_parameters_present_flag.
 
+#include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "streams/BitCursor.h"
 #include "streams/CObject.h"
@@ -71,6 +73,18 @@ public:
     int32_t PicSizeInCtbsY = -1;
 
 private:
+    // For each byte of the unit, the first place at or behind it where the
+    // scan for the picture size finds a plausible id and chroma format.
+    class PlausiblePlaces {
+    public:
+        explicit PlausiblePlaces(size_t length);
+        bool FirstFrom(BitCursor& c, size_t start, size_t& place);
+
+    private:
+        static constexpr int64_t kUnknown = -2, kNone = -1;
+        std::vector<int64_t> firstFrom_;
+    };
+
     bool FindPictureSize(BitCursor& c, int32_t searchWidth, int32_t searchHeight);
     bool ReadBehindPictureSize(BitCursor& c);
     void Derive();

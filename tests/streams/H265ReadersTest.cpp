@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
+
 #include "SyntheticStreams.h"
 #include "platform/ByteReader.h"
 #include "streams/CNALU.h"
@@ -81,6 +83,18 @@ TEST(SPS_265, FailsWhenNoSizeFitsBeforeTheEnd) {
     bytes.resize(3 + kProfileTierLevel.size());  // cut before the size
     SPS_265 sps;
     EXPECT_FALSE(ParseSps(sps, bytes, 1920, 1080));
+}
+
+TEST(SPS_265, TheSearchStaysLinearOnCraftedBytes) {
+    // Implausible ids for 64 KiB, then plausible places of the wrong size:
+    // every start byte's scan runs on to the same places at the end.
+    std::vector<uint8_t> bytes{0x42, 0x01, 0x01};
+    for (int i = 0; i < 32000; ++i) bytes.insert(bytes.end(), {0x00, 0x01});
+    bytes.insert(bytes.end(), 100, 0xFF);
+    SPS_265 sps;
+    auto begin = std::chrono::steady_clock::now();
+    EXPECT_FALSE(ParseSps(sps, bytes, 320, 240));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(5));
 }
 
 TEST(SPS_265, LongTermPictureCountAbove31Fails) {
