@@ -9,7 +9,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Run {
+struct CommandRun {
     int status;
     std::string output;  // standard output and standard error together
 };
@@ -27,8 +27,8 @@ protected:
     std::string text(const std::string& key) {
         return test::CaptureCommand("sed -n 's/^" + key + "=//p' " + program.path() + "/bin/lg/eng.ini | tr -d '\\r\\n'");
     }
-    Run run(const std::string& arguments) {
-        Run result{};
+    CommandRun run(const std::string& arguments) {
+        CommandRun result{};
         result.output = test::CaptureCommand("LANG=en_US.UTF-8 " + test::ShellQuote(binary()) + " " + arguments + " 2>&1",
                                              &result.status);
         return result;
@@ -42,7 +42,7 @@ protected:
 };
 
 TEST_F(ConsoleTest, HelpNamesEveryExitCode) {
-    Run r = run("--help");
+    CommandRun r = run("--help");
     EXPECT_EQ(r.status, 0);
     for (const char* line : {"0 ", "1 ", "2 ", "3 ", "4 ", "--reference", "--output", "--force", "--json"})
         EXPECT_NE(r.output.find(line), std::string::npos) << line;
@@ -51,17 +51,17 @@ TEST_F(ConsoleTest, HelpNamesEveryExitCode) {
 }
 
 TEST_F(ConsoleTest, AMissingFileCannotBeOpened) {
-    Run mov = run(work.file("missing.mp4"));
+    CommandRun mov = run(work.file("missing.mp4"));
     EXPECT_EQ(mov.status, 4);
     EXPECT_NE(mov.output.find(text("IDS_MOVERROR4")), std::string::npos) << mov.output;
-    Run avi = run(work.file("missing.avi"));
+    CommandRun avi = run(work.file("missing.avi"));
     EXPECT_EQ(avi.status, 4);
     EXPECT_NE(avi.output.find(text("IDS_AVIERROR7")), std::string::npos) << avi.output;
 }
 
 TEST_F(ConsoleTest, AnMp4WithoutAMovieAsksForAReference) {
     const std::string damaged = file("clip.mp4", 20000, 0x5A);
-    Run r = run(test::ShellQuote(damaged));
+    CommandRun r = run(test::ShellQuote(damaged));
     EXPECT_EQ(r.status, 3);
     EXPECT_NE(r.output.find(text("IDS_SELECT_REFERENCE")), std::string::npos) << r.output;
     EXPECT_NE(r.output.find("--reference"), std::string::npos) << "the hint says how to give one";
@@ -71,7 +71,7 @@ TEST_F(ConsoleTest, AnMp4WithoutAMovieAsksForAReference) {
 TEST_F(ConsoleTest, AReferenceWithoutAMovieCannotHelp) {
     const std::string damaged = file("clip.mp4", 20000, 0x5A);
     const std::string reference = file("other.mp4", 20000, 0x6B);
-    Run r = run(test::ShellQuote(damaged) + " --reference " + test::ShellQuote(reference));
+    CommandRun r = run(test::ShellQuote(damaged) + " --reference " + test::ShellQuote(reference));
     EXPECT_EQ(r.status, 1);
     EXPECT_NE(r.output.find(text("IDS_UNHEALTHY_1")), std::string::npos) << r.output;
     EXPECT_FALSE(fs::exists(work.file("clip_repaired.mov")));
@@ -80,7 +80,7 @@ TEST_F(ConsoleTest, AReferenceWithoutAMovieCannotHelp) {
 TEST_F(ConsoleTest, AnExistingOutputIsRefusedWithoutForceAndLeftAlone) {
     const std::string damaged = file("clip.mp4", 20000, 0x5A);
     test::WriteAll(work.file("clip_repaired.mov"), {1, 2, 3});
-    Run r = run(test::ShellQuote(damaged));
+    CommandRun r = run(test::ShellQuote(damaged));
     EXPECT_EQ(r.status, 2);
     EXPECT_NE(r.output.find("--force"), std::string::npos);
     EXPECT_EQ(test::ReadAll(work.file("clip_repaired.mov")), (std::vector<uint8_t>{1, 2, 3}));
