@@ -41,9 +41,11 @@ void ConsoleUi::showMessage(int kind, const std::string& textKey, const std::str
         // The cancel question was answered already: Ctrl-C is the user's Yes.
         if (buttons == DialogButtons::YesNo) {
             if (!quiet_) std::fprintf(stderr, "%s: %s %s\n", title.c_str(), text.c_str(), LoadText("IDS_YES").c_str());
-        } else {
-            const bool failure = kind == kInformation || kind == kDiskSpace;
-            if (failure || !quiet_) std::fprintf(failure ? stderr : stdout, "%s: %s\n", title.c_str(), text.c_str());
+        } else if (kind == kInformation || kind == kDiskSpace) {
+            std::fprintf(stderr, "%s: %s\n", title.c_str(), text.c_str());
+        } else if (textKey != "IDS_SAVE_COMPLETED" && !quiet_) {
+            // The command reports a completed save itself, with the place and the properties.
+            std::fprintf(stdout, "%s: %s\n", title.c_str(), text.c_str());
         }
         if (textKey == "IDS_MOVERROR4" || textKey == "IDS_AVIERROR7") outcome_ = JobOutcome::CannotOpen;
         else if (kind == kDiskSpace) outcome_ = JobOutcome::NoDiskSpace;

@@ -105,7 +105,7 @@ void PrintProperties(ConsoleUi& ui, const Options& options, const std::string& t
         std::printf("%s\n", json.text().c_str());
         return;
     }
-    ui.say(LoadText("IDS_SAVE_COMPLETED") + " " + target);
+    ui.say(LoadText("IDS_REPAIRED_DETAILS") + ": " + target);
     for (const PropertyRow& row : rows) ui.say("  " + LoadText(row.labelKey) + row.value);
 }
 
