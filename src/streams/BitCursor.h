@@ -43,4 +43,9 @@ private:
     End end_ = End::Unwatched;
 };
 
+// The parsers keep syntax elements in signed 32-bit fields, where -1 means
+// that the element was not read.
+inline int32_t UeField(BitCursor& c) { return int32_t(c.ReadUE()); }
+inline int32_t BitField(BitCursor& c) { return int32_t(c.ReadBit()); }
+
 }  // namespace tolmi

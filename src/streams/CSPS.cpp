@@ -16,9 +16,6 @@ bool HasChromaInfo(uint8_t profile) {
     }
 }
 
-int32_t Ue(BitCursor& c) { return int32_t(c.ReadUE()); }
-int32_t Bit(BitCursor& c) { return int32_t(c.ReadBit()); }
-
 }  // namespace
 
 CSPS::CSPS(const uint8_t* nal, uint32_t length) {
@@ -32,33 +29,33 @@ void CSPS::Read(const uint8_t* nal, uint32_t length) {
     if (length > 3) level_idc = nal[3];
     // Header byte, profile, constraint flags and level come first.
     BitCursor c({nal, length}, 4);
-    seq_parameter_set_id = Ue(c);
+    seq_parameter_set_id = UeField(c);
     if (HasChromaInfo(profile_idc)) {
-        chroma_format_idc = Ue(c);
-        if (chroma_format_idc == 3) separate_colour_plane_flag = Bit(c);
-        bit_depth_luma_minus8 = Ue(c);
-        bit_depth_chroma_minus8 = Ue(c);
-        qpprime_y_zero_transform_bypass_flag = Bit(c);
-        seq_scaling_matrix_present_flag = Bit(c);
+        chroma_format_idc = UeField(c);
+        if (chroma_format_idc == 3) separate_colour_plane_flag = BitField(c);
+        bit_depth_luma_minus8 = UeField(c);
+        bit_depth_chroma_minus8 = UeField(c);
+        qpprime_y_zero_transform_bypass_flag = BitField(c);
+        seq_scaling_matrix_present_flag = BitField(c);
     }
-    log2_max_frame_num_minus4 = Ue(c);
-    pic_order_cnt_type = Ue(c);
-    if (pic_order_cnt_type == 0) log2_max_pic_order_cnt_lsb_minus4 = Ue(c);
-    max_num_ref_frames = Ue(c);
-    gaps_in_frame_num_value_allowed_flag = Bit(c);
-    pic_width_in_mbs_minus1 = Ue(c);
-    pic_height_in_map_units_minus1 = Ue(c);
-    frame_mbs_only_flag = Bit(c);
-    if (frame_mbs_only_flag == 0) mb_adaptive_frame_field_flag = Bit(c);
-    direct_8x8_inference_flag = Bit(c);
-    frame_cropping_flag = Bit(c);
+    log2_max_frame_num_minus4 = UeField(c);
+    pic_order_cnt_type = UeField(c);
+    if (pic_order_cnt_type == 0) log2_max_pic_order_cnt_lsb_minus4 = UeField(c);
+    max_num_ref_frames = UeField(c);
+    gaps_in_frame_num_value_allowed_flag = BitField(c);
+    pic_width_in_mbs_minus1 = UeField(c);
+    pic_height_in_map_units_minus1 = UeField(c);
+    frame_mbs_only_flag = BitField(c);
+    if (frame_mbs_only_flag == 0) mb_adaptive_frame_field_flag = BitField(c);
+    direct_8x8_inference_flag = BitField(c);
+    frame_cropping_flag = BitField(c);
     if (frame_cropping_flag == 1) {
-        frame_crop_left_offset = Ue(c);
-        frame_crop_right_offset = Ue(c);
-        frame_crop_top_offset = Ue(c);
-        frame_crop_bottom_offset = Ue(c);
+        frame_crop_left_offset = UeField(c);
+        frame_crop_right_offset = UeField(c);
+        frame_crop_top_offset = UeField(c);
+        frame_crop_bottom_offset = UeField(c);
     }
-    vui_parameters_present_flag = Bit(c);
+    vui_parameters_present_flag = BitField(c);
 }
 
 // Elements a profile leaves out take the values that the standard infers.

@@ -22,11 +22,11 @@ bool CVPS::Parse(const uint8_t* nal, uint32_t length) {
     header.Read(nal, length);
     BitCursor c({nal, length}, 2);
     vps_video_parameter_set_id = int32_t(c.ReadBits(4));
-    vps_base_layer_internal_flag = int32_t(c.ReadBit());
-    vps_base_layer_available_flag = int32_t(c.ReadBit());
+    vps_base_layer_internal_flag = BitField(c);
+    vps_base_layer_available_flag = BitField(c);
     vps_max_layers_minus1 = int32_t(c.ReadBits(6));
     vps_max_sub_layers_minus1 = int32_t(c.ReadBits(3));
-    vps_temporal_id_nesting_flag = int32_t(c.ReadBit());
+    vps_temporal_id_nesting_flag = BitField(c);
     vps_reserved_0xffff_16bits = int32_t(c.ReadBits(16));
 
     c.moveTo(BehindLastEscape(nal, length, c.byteIndex()), c.bitIndex());
@@ -36,7 +36,7 @@ bool CVPS::Parse(const uint8_t* nal, uint32_t length) {
     vps_max_num_reorder_pics.assign(subLayers, 0);
     vps_max_latency_increase_plus1.assign(subLayers, 0);
     if (vps_base_layer_internal_flag == 1) {
-        vps_sub_layer_ordering_info_present_flag = int32_t(c.ReadBit());
+        vps_sub_layer_ordering_info_present_flag = BitField(c);
         size_t first = vps_sub_layer_ordering_info_present_flag == 1 ? 0 : subLayers - 1;
         for (size_t i = first; i < subLayers; ++i) {
             vps_max_dec_pic_buffering_minus1[i] = uint8_t(c.ReadUE());
@@ -45,7 +45,7 @@ bool CVPS::Parse(const uint8_t* nal, uint32_t length) {
         }
     }
     vps_max_layer_id = int32_t(c.ReadBits(6));
-    vps_num_layer_sets_minus1 = int32_t(c.ReadUE());
+    vps_num_layer_sets_minus1 = UeField(c);
     return vps_num_layer_sets_minus1 < 1024;
 }
 

@@ -7,9 +7,6 @@ namespace tolmi {
 
 namespace {
 
-int32_t Ue(BitCursor& c) { return int32_t(c.ReadUE()); }
-int32_t Bit(BitCursor& c) { return int32_t(c.ReadBit()); }
-
 int32_t Clamp32(int64_t v) { return int32_t(std::clamp<int64_t>(v, INT32_MIN, INT32_MAX)); }
 
 }  // namespace
@@ -20,7 +17,7 @@ bool SPS_265::Parse(const uint8_t* nal, uint32_t length, int32_t searchWidth, in
     BitCursor c({nal, length}, 2);
     sps_video_parameter_set_id = int32_t(c.ReadBits(4));
     sps_max_sub_layers_minus1 = int32_t(c.ReadBits(3));
-    sps_temporal_id_nesting_flag = Bit(c);
+    sps_temporal_id_nesting_flag = BitField(c);
     if (!FindPictureSize(c, searchWidth, searchHeight)) return false;
     if (!ReadBehindPictureSize(c)) return false;
     Derive();
@@ -41,12 +38,12 @@ bool SPS_265::FindPictureSize(BitCursor& c, int32_t searchWidth, int32_t searchH
         size_t place = 0;
         if (!places.FirstFrom(c, start, place)) return false;
         c.moveTo(place);
-        sps_seq_parameter_set_id = Ue(c);
-        chroma_format_idc = Ue(c);
-        separate_colour_plane_flag = chroma_format_idc == 3 ? Bit(c) : 0;
+        sps_seq_parameter_set_id = UeField(c);
+        chroma_format_idc = UeField(c);
+        separate_colour_plane_flag = chroma_format_idc == 3 ? BitField(c) : 0;
         ChromaArrayType = separate_colour_plane_flag == 1 ? 0 : chroma_format_idc;
-        pic_width_in_luma_samples = Ue(c);
-        pic_height_in_luma_samples = Ue(c);
+        pic_width_in_luma_samples = UeField(c);
+        pic_height_in_luma_samples = UeField(c);
         if (pic_width_in_luma_samples / searchWidth == 1 && pic_height_in_luma_samples / searchHeight == 1)
             return !c.atEnd();
         pic_width_in_luma_samples = 0;
@@ -86,54 +83,54 @@ bool SPS_265::PlausiblePlaces::FirstFrom(BitCursor& c, size_t start, size_t& pla
 }
 
 bool SPS_265::ReadBehindPictureSize(BitCursor& c) {
-    conformance_window_flag = Bit(c);
+    conformance_window_flag = BitField(c);
     if (conformance_window_flag == 1) {
-        conf_win_left_offset = Ue(c);
-        conf_win_right_offset = Ue(c);
-        conf_win_top_offset = Ue(c);
-        conf_win_bottom_offset = Ue(c);
+        conf_win_left_offset = UeField(c);
+        conf_win_right_offset = UeField(c);
+        conf_win_top_offset = UeField(c);
+        conf_win_bottom_offset = UeField(c);
     }
-    bit_depth_luma_minus8 = Ue(c);
-    bit_depth_chroma_minus8 = Ue(c);
-    log2_max_pic_order_cnt_lsb_minus4 = Ue(c);
-    sps_sub_layer_ordering_info_present_flag = Bit(c);
+    bit_depth_luma_minus8 = UeField(c);
+    bit_depth_chroma_minus8 = UeField(c);
+    log2_max_pic_order_cnt_lsb_minus4 = UeField(c);
+    sps_sub_layer_ordering_info_present_flag = BitField(c);
     int32_t first = sps_sub_layer_ordering_info_present_flag == 1 ? 0 : sps_max_sub_layers_minus1;
     for (int32_t i = first; i <= sps_max_sub_layers_minus1; ++i) {
         c.ReadUE();  // sps_max_dec_pic_buffering_minus1
         c.ReadUE();  // sps_max_num_reorder_pics
         c.ReadUE();  // sps_max_latency_increase_plus1
     }
-    log2_min_luma_coding_block_size_minus3 = Ue(c);
-    log2_diff_max_min_luma_coding_block_size = Ue(c);
-    log2_min_luma_transform_block_size_minus2 = Ue(c);
-    log2_diff_max_min_luma_transform_block_size = Ue(c);
-    max_transform_hierarchy_depth_inter = Ue(c);
-    max_transform_hierarchy_depth_intra = Ue(c);
-    scaling_list_enabled_flag = Bit(c);
-    if (scaling_list_enabled_flag == 1) sps_scaling_list_data_present_flag = Bit(c);
-    amp_enabled_flag = Bit(c);
-    sample_adaptive_offset_enabled_flag = Bit(c);
-    pcm_enabled_flag = Bit(c);
+    log2_min_luma_coding_block_size_minus3 = UeField(c);
+    log2_diff_max_min_luma_coding_block_size = UeField(c);
+    log2_min_luma_transform_block_size_minus2 = UeField(c);
+    log2_diff_max_min_luma_transform_block_size = UeField(c);
+    max_transform_hierarchy_depth_inter = UeField(c);
+    max_transform_hierarchy_depth_intra = UeField(c);
+    scaling_list_enabled_flag = BitField(c);
+    if (scaling_list_enabled_flag == 1) sps_scaling_list_data_present_flag = BitField(c);
+    amp_enabled_flag = BitField(c);
+    sample_adaptive_offset_enabled_flag = BitField(c);
+    pcm_enabled_flag = BitField(c);
     if (pcm_enabled_flag == 1) {
         pcm_sample_bit_depth_luma_minus1 = int32_t(c.ReadBits(4));
         pcm_sample_bit_depth_chroma_minus1 = int32_t(c.ReadBits(4));
-        log2_min_pcm_luma_coding_block_size_minus3 = Ue(c);
-        log2_diff_max_min_pcm_luma_coding_block_size = Ue(c);
-        pcm_loop_filter_disabled_flag = Bit(c);
+        log2_min_pcm_luma_coding_block_size_minus3 = UeField(c);
+        log2_diff_max_min_pcm_luma_coding_block_size = UeField(c);
+        pcm_loop_filter_disabled_flag = BitField(c);
     }
-    num_short_term_ref_pic_sets = Ue(c);
-    long_term_ref_pics_present_flag = Bit(c);
+    num_short_term_ref_pic_sets = UeField(c);
+    long_term_ref_pics_present_flag = BitField(c);
     if (long_term_ref_pics_present_flag == 1) {
-        num_long_term_ref_pics_sps = Ue(c);
+        num_long_term_ref_pics_sps = UeField(c);
         if (num_long_term_ref_pics_sps < 0 || num_long_term_ref_pics_sps > 31) return false;
         for (int32_t i = 0; i < num_long_term_ref_pics_sps; ++i) {
             c.ReadBits(int64_t(log2_max_pic_order_cnt_lsb_minus4) + 4);  // lt_ref_pic_poc_lsb_sps
             c.ReadBit();                                                  // used_by_curr_pic_lt_sps_flag
         }
     }
-    sps_temporal_mvp_enabled_flag = Bit(c);
-    strong_intra_smoothing_enabled_flag = Bit(c);
-    vui_parameters_present_flag = Bit(c);
+    sps_temporal_mvp_enabled_flag = BitField(c);
+    strong_intra_smoothing_enabled_flag = BitField(c);
+    vui_parameters_present_flag = BitField(c);
     return true;
 }
 

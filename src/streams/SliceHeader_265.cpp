@@ -12,9 +12,6 @@ constexpr int32_t kSliceB = 0, kSliceP = 1;
 constexpr int32_t kIdrWithLeading = 19, kIdrNoLeading = 20;
 constexpr int32_t kMaxHeaderExtension = 256;
 
-int32_t Ue(BitCursor& c) { return int32_t(c.ReadUE()); }
-int32_t Bit(BitCursor& c) { return int32_t(c.ReadBit()); }
-
 // Ceil(Log2(n)), the width of an index into n things; 0 for n of 1 or less.
 int CeilLog2(int64_t n) {
     int bits = 0;
@@ -31,12 +28,12 @@ bool SliceHeader_265::Parse(const uint8_t* data, uint32_t length, const CNALU* n
     const int32_t nalType = nal->nal_unit_type;
     BitCursor c({data, length}, 0);
 
-    first_slice_segment_in_pic_flag = Bit(c);
-    if (nalType >= 16 && nalType <= 23) no_output_of_prior_pics_flag = Bit(c);
-    slice_pic_parameter_set_id = Ue(c);
+    first_slice_segment_in_pic_flag = BitField(c);
+    if (nalType >= 16 && nalType <= 23) no_output_of_prior_pics_flag = BitField(c);
+    slice_pic_parameter_set_id = UeField(c);
     if (slice_pic_parameter_set_id < 0 || slice_pic_parameter_set_id > 63) return false;
     if (first_slice_segment_in_pic_flag == 0) {
-        if (pps->dependent_slice_segments_enabled_flag != 0) dependent_slice_segment_flag = Bit(c);
+        if (pps->dependent_slice_segments_enabled_flag != 0) dependent_slice_segment_flag = BitField(c);
         slice_segment_address = int32_t(c.ReadBits(CeilLog2(sps->PicSizeInCtbsY)));
     }
     // The independent part is read only where dependent_slice_segment_flag
@@ -44,7 +41,7 @@ bool SliceHeader_265::Parse(const uint8_t* data, uint32_t length, const CNALU* n
     if (dependent_slice_segment_flag == 0 && !ReadIndependentPart(c, nalType, *sps, *pps)) return false;
     if (!ReadEntryPoints(c, *sps, *pps)) return false;
     if (pps->slice_segment_header_extension_present_flag == 1) {
-        slice_segment_header_extension_length = Ue(c);
+        slice_segment_header_extension_length = UeField(c);
         if (slice_segment_header_extension_length < 1) return true;
         if (slice_segment_header_extension_length > kMaxHeaderExtension) return false;
         c.ReadBits(int64_t(8) * slice_segment_header_extension_length);  // extension bytes
@@ -55,20 +52,20 @@ bool SliceHeader_265::Parse(const uint8_t* data, uint32_t length, const CNALU* n
 bool SliceHeader_265::ReadIndependentPart(BitCursor& c, int32_t nalType, const SPS_265& sps,
                                           const PPS_265& pps) {
     c.ReadBits(pps.num_extra_slice_header_bits);  // slice_reserved_flag
-    slice_type = Ue(c);
-    if (pps.output_flag_present_flag == 1) pic_output_flag = Bit(c);
+    slice_type = UeField(c);
+    if (pps.output_flag_present_flag == 1) pic_output_flag = BitField(c);
     if (sps.separate_colour_plane_flag == 1) colour_plane_id = int32_t(c.ReadBits(2));
     if (nalType != kIdrWithLeading && nalType != kIdrNoLeading) {
         slice_pic_order_cnt_lsb = int32_t(c.ReadBits(int64_t(sps.log2_max_pic_order_cnt_lsb_minus4) + 4));
-        short_term_ref_pic_set_sps_flag = Bit(c);
+        short_term_ref_pic_set_sps_flag = BitField(c);
         if (short_term_ref_pic_set_sps_flag == 1 && sps.num_short_term_ref_pic_sets > 1)
             short_term_ref_pic_set_idx = int32_t(c.ReadBits(CeilLog2(sps.num_short_term_ref_pic_sets)));
         if (sps.long_term_ref_pics_present_flag == 1 && !ReadLongTermPictures(c, sps)) return false;
-        if (sps.sps_temporal_mvp_enabled_flag == 1) slice_temporal_mvp_enabled_flag = Bit(c);
+        if (sps.sps_temporal_mvp_enabled_flag == 1) slice_temporal_mvp_enabled_flag = BitField(c);
     }
     if (sps.sample_adaptive_offset_enabled_flag == 1) {
-        slice_sao_luma_flag = Bit(c);
-        if (sps.ChromaArrayType != 0) slice_sao_chroma_flag = Bit(c);
+        slice_sao_luma_flag = BitField(c);
+        if (sps.ChromaArrayType != 0) slice_sao_chroma_flag = BitField(c);
     }
     if (slice_type == kSliceP || slice_type == kSliceB) ReadInterPrediction(c, pps);
     ReadQpAndFilters(c, pps);
@@ -76,8 +73,8 @@ bool SliceHeader_265::ReadIndependentPart(BitCursor& c, int32_t nalType, const S
 }
 
 bool SliceHeader_265::ReadLongTermPictures(BitCursor& c, const SPS_265& sps) {
-    if (sps.num_long_term_ref_pics_sps > 0) num_long_term_sps = Ue(c);
-    num_long_term_pics = Ue(c);
+    if (sps.num_long_term_ref_pics_sps > 0) num_long_term_sps = UeField(c);
+    num_long_term_pics = UeField(c);
     int64_t total = int64_t(num_long_term_sps) + num_long_term_pics;
     if (total > 0 && (num_long_term_sps < 0 || num_long_term_sps >= sps.num_long_term_ref_pics_sps))
         return false;
@@ -97,20 +94,20 @@ bool SliceHeader_265::ReadLongTermPictures(BitCursor& c, const SPS_265& sps) {
 void SliceHeader_265::ReadInterPrediction(BitCursor& c, const PPS_265& pps) {
     num_ref_idx_l0_active_minus1 = pps.num_ref_idx_l0_default_active_minus1;
     if (slice_type == kSliceB) num_ref_idx_l1_active_minus1 = pps.num_ref_idx_l1_default_active_minus1;
-    num_ref_idx_active_override_flag = Bit(c);
+    num_ref_idx_active_override_flag = BitField(c);
     if (num_ref_idx_active_override_flag == 1) {
-        num_ref_idx_l0_active_minus1 = Ue(c);
-        if (slice_type == kSliceB) num_ref_idx_l1_active_minus1 = Ue(c);
+        num_ref_idx_l0_active_minus1 = UeField(c);
+        if (slice_type == kSliceB) num_ref_idx_l1_active_minus1 = UeField(c);
     }
-    if (slice_type == kSliceB) mvd_l1_zero_flag = Bit(c);
-    if (pps.cabac_init_present_flag == 1) cabac_init_flag = Bit(c);
+    if (slice_type == kSliceB) mvd_l1_zero_flag = BitField(c);
+    if (pps.cabac_init_present_flag == 1) cabac_init_flag = BitField(c);
     if (slice_temporal_mvp_enabled_flag == 1) {
-        collocated_from_l0_flag = slice_type == kSliceB ? Bit(c) : 1;
+        collocated_from_l0_flag = slice_type == kSliceB ? BitField(c) : 1;
         int32_t activeMinus1 = collocated_from_l0_flag == 1 ? num_ref_idx_l0_active_minus1
                                                              : num_ref_idx_l1_active_minus1;
-        if (activeMinus1 > 0) collocated_ref_idx = Ue(c);
+        if (activeMinus1 > 0) collocated_ref_idx = UeField(c);
     }
-    five_minus_max_num_merge_cand = Ue(c);
+    five_minus_max_num_merge_cand = UeField(c);
 }
 
 void SliceHeader_265::ReadQpAndFilters(BitCursor& c, const PPS_265& pps) {
@@ -119,11 +116,11 @@ void SliceHeader_265::ReadQpAndFilters(BitCursor& c, const PPS_265& pps) {
         slice_cb_qp_offset = c.ReadSE();
         slice_cr_qp_offset = c.ReadSE();
     }
-    if (pps.chroma_qp_offset_list_enabled_flag == 1) cu_chroma_qp_offset_enabled_flag = Bit(c);
-    if (pps.deblocking_filter_override_enabled_flag == 1) deblocking_filter_override_flag = Bit(c);
+    if (pps.chroma_qp_offset_list_enabled_flag == 1) cu_chroma_qp_offset_enabled_flag = BitField(c);
+    if (pps.deblocking_filter_override_enabled_flag == 1) deblocking_filter_override_flag = BitField(c);
     slice_deblocking_filter_disabled_flag = pps.pps_deblocking_filter_disabled_flag == 1 ? 1 : 0;
     if (deblocking_filter_override_flag == 1) {
-        slice_deblocking_filter_disabled_flag = Bit(c);
+        slice_deblocking_filter_disabled_flag = BitField(c);
         if (slice_deblocking_filter_disabled_flag == 0) {
             slice_beta_offset_div2 = c.ReadSE();
             slice_tc_offset_div2 = c.ReadSE();
@@ -131,7 +128,7 @@ void SliceHeader_265::ReadQpAndFilters(BitCursor& c, const PPS_265& pps) {
     }
     if (pps.pps_loop_filter_across_slices_enabled_flag == 1 &&
         (slice_sao_luma_flag == 1 || slice_sao_chroma_flag == 1 || slice_deblocking_filter_disabled_flag == 0))
-        slice_loop_filter_across_slices_enabled_flag = Bit(c);
+        slice_loop_filter_across_slices_enabled_flag = BitField(c);
 }
 
 bool SliceHeader_265::ReadEntryPoints(BitCursor& c, const SPS_265& sps, const PPS_265& pps) {
@@ -144,9 +141,9 @@ bool SliceHeader_265::ReadEntryPoints(BitCursor& c, const SPS_265& sps, const PP
     if (tiles && sync) limit = columns * sps.PicHeightInCtbsY - 1;
     else if (tiles) limit = columns * rows - 1;
     else limit = sps.PicHeightInCtbsY;
-    num_entry_point_offsets = Ue(c);
+    num_entry_point_offsets = UeField(c);
     if (num_entry_point_offsets < 0 || num_entry_point_offsets >= limit) return false;
-    if (num_entry_point_offsets > 0) offset_len_minus1 = Ue(c);
+    if (num_entry_point_offsets > 0) offset_len_minus1 = UeField(c);
     return true;
 }
 
