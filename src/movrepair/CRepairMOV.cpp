@@ -223,11 +223,11 @@ void CRepairMOV::WriteRepairedFile(std::string tempPath, std::string damagedPath
     DamagedFile in;
     in.open(damagedPath);
     s.previewDescriptor = tempPath + "$$" + s.corruptedName + "$$" + SizeText(in.size()) + "$$";
-    WriteSampleData(out, in, tempPath);
+    WriteSampleData(out, in);
     in.close();
 }
 
-void CRepairMOV::WriteSampleData(File& out, DamagedFile& in, const std::string& path) {
+void CRepairMOV::WriteSampleData(File& out, DamagedFile& in) {
     RepairSession& s = Session();
     MovRepairState& state = MovState();
     if (WaitWhilePaused()) return out.close();
@@ -274,10 +274,10 @@ void CRepairMOV::WriteSampleData(File& out, DamagedFile& in, const std::string& 
     video.sampleSizes = std::move(videoSizes);
     video.timeScale = reference.GetVideoTimeScale();
     video.sampleRate = reference.GetVideoRate();
-    FinishMovie(out, path);
+    FinishMovie(out);
 }
 
-void CRepairMOV::FinishMovie(File& out, const std::string&) {
+void CRepairMOV::FinishMovie(File& out) {
     RepairSession& s = Session();
     MovRepairState& state = MovState();
     state.repairedFile = std::make_unique<GFile>();
@@ -292,6 +292,7 @@ void CRepairMOV::FinishMovie(File& out, const std::string&) {
     out.writeAt(state.mediaHeaderPos, header.data(), header.size());
 
     if (state.repairedFile->movie) state.repairedFile->movie->WriteMovie(out);
+    else GiveUp(out);  // a reference movie without a header gives no movie to write
     out.close();
     state.sampleRuns.clear();
     state.videoSamples.clear();

@@ -29,8 +29,8 @@ public:
     void WriteRepairedFile(std::string tempPath, std::string damagedPath);
 
 private:
-    void WriteSampleData(File& out, DamagedFile& in, const std::string& path);
-    void FinishMovie(File& out, const std::string& path);
+    void WriteSampleData(File& out, DamagedFile& in);
+    void FinishMovie(File& out);
     void GiveUp(File& out);
 };
 

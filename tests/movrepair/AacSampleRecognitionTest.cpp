@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "MovFixtures.h"
+#include "NalStreamFixtures.h"
 #include "TestSupport.h"
 #include "movrepair/AacSampleRecognition.h"
 
@@ -24,12 +25,11 @@ class AacRecognition : public ::testing::Test {
 protected:
     void SetUp() override {
         if (!test::HaveFfmpeg()) GTEST_SKIP() << "ffmpeg is missing";
-        source_ = test::MakeFixture("movrepair_aac_only.mp4",
-                                    "-f lavfi -i sine=frequency=1000:sample_rate=44100:duration=2 -ac 2 "
-                                    "-c:a aac -b:a 96k");
-        ASSERT_FALSE(source_.empty());
-        bytes_ = test::ReadAll(source_);
-        packets_ = test::ProbePackets(source_, "a:0");
+        const test::AacFixture& aac = test::AacOnlyFixture();
+        ASSERT_FALSE(aac.path.empty());
+        source_ = aac.path;
+        bytes_ = aac.bytes;
+        packets_ = aac.packets;
         ASSERT_GT(packets_.size(), 20u);
     }
 

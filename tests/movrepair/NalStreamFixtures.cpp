@@ -42,4 +42,17 @@ void AppendPrefixed(Bytes& content, const std::vector<Bytes>& units) {
     }
 }
 
+const AacFixture& AacOnlyFixture() {
+    static const AacFixture fixture = [] {
+        AacFixture made;
+        made.path = MakeFixture("movrepair_aac_only.mp4",
+                                "-f lavfi -i sine=frequency=1000:sample_rate=44100:duration=2 -ac 2 -c:a aac -b:a 96k");
+        if (made.path.empty()) return made;
+        made.bytes = ReadAll(made.path);
+        made.packets = ProbePackets(made.path, "a:0");
+        return made;
+    }();
+    return fixture;
+}
+
 }  // namespace tolmi::test

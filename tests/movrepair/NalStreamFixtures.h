@@ -1,11 +1,13 @@
 #pragma once
-// NAL units of real encoder output for the recognition tests: ffmpeg writes
+// NAL units and AAC frames of real encoder output for the recognition tests: ffmpeg writes
 // an Annex B stream, which is split at its start codes, and the units are
 // laid out again with 4-byte length prefixes as in an MP4 sample.
 
 #include <cstdint>
 #include <string>
 #include <vector>
+
+#include "MovFixtures.h"
 
 namespace tolmi::test {
 
@@ -22,5 +24,15 @@ int TypeH265(const Bytes& unit);
 Bytes Prefixed(const Bytes& unit);
 // Appends the prefixed units to content.
 void AppendPrefixed(Bytes& content, const std::vector<Bytes>& units);
+
+// An AAC-LC file (44100 Hz, two channels, 2 seconds) and its packets as
+// ffmpeg's demuxer reports them; made and probed once per process. path is
+// empty without ffmpeg.
+struct AacFixture {
+    std::string path;
+    Bytes bytes;
+    std::vector<PacketRecord> packets;
+};
+const AacFixture& AacOnlyFixture();
 
 }  // namespace tolmi::test

@@ -56,13 +56,10 @@ protected:
         for (size_t i = 4; i < 20; ++i) ASSERT_EQ(test::TypeH264(units_[i]), 1);
         ASSERT_EQ(test::TypeH264(units_[2]), 6);
 
-        std::string aac = test::MakeFixture("movrepair_aac_only.mp4",
-                                            "-f lavfi -i sine=frequency=1000:sample_rate=44100:duration=2 -ac 2 "
-                                            "-c:a aac -b:a 96k");
-        Bytes aacBytes = test::ReadAll(aac);
-        for (const test::PacketRecord& p : test::ProbePackets(aac, "a:0"))
-            aacFrames_.emplace_back(aacBytes.begin() + std::ptrdiff_t(p.pos),
-                                    aacBytes.begin() + std::ptrdiff_t(p.pos + p.size));
+        const test::AacFixture& aac = test::AacOnlyFixture();
+        for (const test::PacketRecord& p : aac.packets)
+            aacFrames_.emplace_back(aac.bytes.begin() + std::ptrdiff_t(p.pos),
+                                    aac.bytes.begin() + std::ptrdiff_t(p.pos + p.size));
         ASSERT_GT(aacFrames_.size(), 20u);
     }
     void TearDown() override { Session().reset(); }
