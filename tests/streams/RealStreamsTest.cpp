@@ -66,6 +66,16 @@ void ExpectSame(const char* name, int64_t ours, const TracedUnit& traced) {
 
 #define EXPECT_FIELD(object, name, traced) ExpectSame(#name, (object).name, traced)
 
+// Width and height of the video stream, as ffprobe reports them.
+std::pair<int32_t, int32_t> ProbeSize(const std::string& path) {
+    std::string out = CaptureCommand("ffprobe -v error -select_streams v:0 -show_entries stream=width,height -of csv=p=0 " +
+                                     ShellQuote(path));
+    std::pair<int32_t, int32_t> size{0, 0};
+    char comma = 0;
+    std::istringstream(out) >> size.first >> comma >> size.second;
+    return size;
+}
+
 class X264Stream : public ::testing::TestWithParam<std::pair<const char*, const char*>> {};
 
 TEST_P(X264Stream, ReadersAgreeWithTheEncoder) {
@@ -98,6 +108,14 @@ TEST_P(X264Stream, ReadersAgreeWithTheEncoder) {
     EXPECT_FIELD(sps, direct_8x8_inference_flag, tracedSps);
     EXPECT_FIELD(sps, frame_cropping_flag, tracedSps);
     EXPECT_FIELD(sps, vui_parameters_present_flag, tracedSps);
+    // The picture size of 4:2:0 macroblocks less the cropping, as ffprobe reports it.
+    auto [width, height] = ProbeSize(path);
+    const int32_t cropped = sps.frame_cropping_flag == 1;
+    const int32_t mapUnit = 16 * (2 - sps.frame_mbs_only_flag), cropUnitY = 2 * (2 - sps.frame_mbs_only_flag);
+    EXPECT_EQ(width, (sps.pic_width_in_mbs_minus1 + 1) * 16 -
+                         cropped * 2 * (sps.frame_crop_left_offset + sps.frame_crop_right_offset));
+    EXPECT_EQ(height, (sps.pic_height_in_map_units_minus1 + 1) * mapUnit -
+                          cropped * cropUnitY * (sps.frame_crop_top_offset + sps.frame_crop_bottom_offset));
     const CPPS& pps = *record.pps();
     const TracedUnit& tracedPps = RecordUnit(e, 8);
     EXPECT_FIELD(pps, pic_parameter_set_id, tracedPps);
@@ -153,16 +171,6 @@ INSTANTIATE_TEST_SUITE_P(
         return name.substr(0, name.find('.'));
     });
 
-// Width and height of the video stream, as ffprobe reports them.
-std::pair<int32_t, int32_t> ProbeSize(const std::string& path) {
-    std::string out = CaptureCommand("ffprobe -v error -select_streams v:0 -show_entries stream=width,height -of csv=p=0 " +
-                                     ShellQuote(path));
-    std::pair<int32_t, int32_t> size{0, 0};
-    char comma = 0;
-    std::istringstream(out) >> size.first >> comma >> size.second;
-    return size;
-}
-
 class X265Stream : public ::testing::TestWithParam<std::pair<const char*, const char*>> {};
 
 TEST_P(X265Stream, ReadersAgreeWithTheEncoder) {
@@ -199,6 +207,9 @@ TEST_P(X265Stream, ReadersAgreeWithTheEncoder) {
     EXPECT_FIELD(sps, chroma_format_idc, tracedSps);
     EXPECT_FIELD(sps, pic_width_in_luma_samples, tracedSps);
     EXPECT_FIELD(sps, pic_height_in_luma_samples, tracedSps);
+    if (height == 1080) {
+        EXPECT_EQ(sps.pic_height_in_luma_samples, 1088);  // found from the sample entry's 1080
+    }
     EXPECT_FIELD(sps, conformance_window_flag, tracedSps);
     EXPECT_FIELD(sps, bit_depth_luma_minus8, tracedSps);
     EXPECT_FIELD(sps, log2_max_pic_order_cnt_lsb_minus4, tracedSps);
