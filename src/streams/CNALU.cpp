@@ -48,6 +48,8 @@ bool CNALU::Parse(const uint8_t* window, uint32_t length, uint32_t lengthSize, c
     frame_num = -1;
     slice_type = -1;
     firstValue = -1;
+    typeName.clear();
+    parsed = std::monostate();
     if (window == nullptr) length = 0;
     if (vps != nullptr)
         return ParseH265(window, length, lengthSize, dynamic_cast<const SPS_265*>(sps),

@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "streams/BitCursor.h"
+#include "streams/CObject.h"
 
 namespace tolmi {
 
@@ -16,7 +17,7 @@ class CNALU;
 class SPS_265;
 class PPS_265;
 
-class SliceHeader_265 {
+class SliceHeader_265 : public CObject {
 public:
     bool Parse(const uint8_t* data, uint32_t length, const CNALU* nal, const SPS_265* sps,
                const PPS_265* pps);
