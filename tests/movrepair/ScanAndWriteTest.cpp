@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <cstdio>
+#include <thread>
 
 #include "EngineRun.h"
 #include "MovFixtures.h"
@@ -294,6 +296,43 @@ TEST_F(ScanAndWrite, AStopBeforeTheScanLeavesNoRequests) {
     engine->ScanMediaData();
     EXPECT_EQ(MovState().videoRequest, nullptr);
     EXPECT_TRUE(MovState().sampleRuns.empty());
+}
+
+TEST_F(ScanAndWrite, AStopInTheWriterLeavesTheMediaDataUnfinished) {
+    Bytes content = Pictures(3, 4);
+    Append(content, Audio(3, 12));
+    Append(content, Pictures(3, 7));
+    auto engine = Scan(content);
+    ASSERT_TRUE(engine);
+    ui_.onCall("showStatus Writing", [] { Session().stopRequested = 1; });
+    std::string output = test::WriteMovResult(*engine, dir_.path());
+    // Only the room for the media data header was written; no movie follows.
+    EXPECT_EQ(test::ReadAll(output), Bytes(16, 0));
+    EXPECT_EQ(Session().jobFailed, 0);
+}
+
+TEST_F(ScanAndWrite, APausedWriterWaitsAndThenFinishes) {
+    Bytes content = Pictures(3, 4);
+    Append(content, Audio(3, 12));
+    Append(content, Pictures(3, 7));
+    auto engine = Scan(content);
+    ASSERT_TRUE(engine);
+    std::thread resume;
+    ui_.onCall("showStatus Writing", [&resume] {
+        Session().paused = 1;
+        resume = std::thread([] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+            Session().paused = 0;
+        });
+    });
+    const auto start = std::chrono::steady_clock::now();
+    std::string output = test::WriteMovResult(*engine, dir_.path());
+    const auto waited = std::chrono::steady_clock::now() - start;
+    resume.join();
+    EXPECT_GE(waited, std::chrono::milliseconds(300));
+    Bytes out = test::ReadAll(output);
+    ASSERT_GT(out.size(), 16 + content.size() + 8);
+    EXPECT_EQ(LoadU32be(&out[16 + content.size() + 4]), FourCC("moov"));
 }
 
 TEST_F(ScanAndWrite, OtherVideoFormatsAreLeftAlone) {
