@@ -104,8 +104,6 @@ bool AviPass::OnChunkCode() {
     const std::span<const uint8_t> w = window();
     const uint64_t i = windowIndex();
     const bool audio = IsAudioCode(w[i], w[i + 1]);
-    currentAudio_ = audio;
-    currentVideo_ = !audio;
     // Digits that would lie in front of the window do not count.
     const bool digits = i >= 2 && IsAsciiDigit(w[i - 2]) && IsAsciiDigit(w[i - 1]);
     if (audio ? !haveAudioStream_ : !haveVideoStream_) {

@@ -299,30 +299,28 @@ bool AviPass::OnStreamList() {
     ++streamCount_;
     const uint32_t type = AviWordAt(w, i + 0x14);
     const uint32_t handler = AviWordAt(w, i + 0x18);
-    currentVideo_ = currentAudio_ = false;
+    AviStreamKind kind = AviStreamKind::Other;
     if (type == AviTag("vids")) {
-        haveVideoStream_ = currentVideo_ = true;
+        haveVideoStream_ = true;
+        kind = AviStreamKind::Video;
         Session().aviCodecFourCC = AviTagText(handler);
     } else if (type == AviTag("auds")) {
         if (!haveVideoStream_) return false;  // audio ahead of video is not supported
-        haveAudioStream_ = currentAudio_ = true;
+        haveAudioStream_ = true;
+        kind = AviStreamKind::Audio;
     }
-    streamHandler_ = handler;
     if (!hdrlDone_) WriteStandardHeader();
     strlSeen_ = true;
     StoreAviWord(w, i + 0x0C, AviTag("strh"));
     StoreAviWord(w, i + 0x10, 56);
     if (!AviTagAt(w, i + 0x4C, "strf")) return false;
 
-    AviStreamKind kind = AviStreamKind::Other;
-    if (currentVideo_) {
-        kind = AviStreamKind::Video;
+    if (kind == AviStreamKind::Video) {
         MendVideoFormat(w, i, aviWidth_, aviHeight_);
         uint32_t compression = AviWordAt(w, i + 0x64);
-        if (!ApplyCodecRules(streamHandler_, compression)) return false;
+        if (!ApplyCodecRules(handler, compression)) return false;
         StoreAviWord(w, i + 0x64, compression);
-    } else if (currentAudio_) {
-        kind = AviStreamKind::Audio;
+    } else if (kind == AviStreamKind::Audio) {
         StoreAviWord(w, i + 0x50, 16);
     }
 

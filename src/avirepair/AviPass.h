@@ -68,9 +68,9 @@ private:
     void WriteMoviTagAlone();
     bool OnChunkCode();
     bool LeftoverIndexEntry(uint64_t headerIndex);
-    // The test made where the next chunk's id is due; an id beyond the
-    // window is read from the input, which stands for the original's look
-    // ahead and the round started over with the next chunk confirmed.
+    // The test made where the next chunk's id is due. An id beyond the
+    // window is looked up in the input itself, so that a chunk it confirms
+    // is taken in the same round.
     bool NextChunkFollows(uint64_t position, bool firstChunk);
     // Counts the chunk whose header stands at headerIndex, writes its idx1
     // entry and adds it to the offsets and sizes; the copy is the caller's.
@@ -92,12 +92,10 @@ private:
     uint64_t moviListOffset_ = 0;
     uint32_t indexOffset_ = 0;
     uint32_t streamCount_ = 0;
-    uint32_t streamHandler_ = 0;
     uint32_t aviWidth_ = 0, aviHeight_ = 0;
     bool riffWritten_ = false, aviWritten_ = false, hdrlDone_ = false, strlSeen_ = false, infoDone_ = false,
          moviListWritten_ = false, moviTagWritten_ = false;
     bool haveVideoStream_ = false, haveAudioStream_ = false;
-    bool currentVideo_ = false, currentAudio_ = false;
 };
 
 }  // namespace tolmi

@@ -111,6 +111,14 @@ bool IsSubsequence(const std::vector<std::string>& part, const std::vector<std::
     return true;
 }
 
+// The packets of an undamaged clip, probed once for all its cases.
+std::vector<ProbePacket> SourcePackets(const std::string& path) {
+    static std::map<std::string, std::vector<ProbePacket>> probed;
+    auto it = probed.find(path);
+    if (it == probed.end()) it = probed.emplace(path, ProbePackets(path)).first;
+    return it->second;
+}
+
 class AviEndToEnd : public AviRepairTest, public ::testing::WithParamInterface<Case> {};
 
 TEST_P(AviEndToEnd, RepairedFilePlaysAndKeepsEverySurvivingChunk) {
@@ -118,7 +126,7 @@ TEST_P(AviEndToEnd, RepairedFilePlaysAndKeepsEverySurvivingChunk) {
     const std::string sourcePath = MakeClip(GetParam().clip);
     ASSERT_FALSE(sourcePath.empty());
     const std::vector<uint8_t> source = ReadAll(sourcePath);
-    std::vector<ProbePacket> sourcePackets = ProbePackets(sourcePath);
+    std::vector<ProbePacket> sourcePackets = SourcePackets(sourcePath);
     ASSERT_GT(sourcePackets.size(), 100u);
 
     const auto [damaged, stretch] = Damaged(source, GetParam().damage);

@@ -16,8 +16,8 @@ namespace {
 constexpr size_t kMicroSecAt = 32, kMaxBytesAt = 36, kFlagsAt = 44, kTotalFramesAt = 48, kStreamsAt = 56,
                  kWidthAt = 64, kHeightAt = 68, kFirstStrlAt = 88, kFirstLengthAt = 140;
 
-StreamSpec Audio() {
-    StreamSpec s;
+AviStreamLayout Audio() {
+    AviStreamLayout s;
     s.video = false;
     s.handler = std::string("\0\0\0\0", 4);
     s.strfSize = 16;
@@ -26,7 +26,7 @@ StreamSpec Audio() {
 
 AviLayout VideoAndAudio() {
     AviLayout layout;
-    layout.streams = {StreamSpec{}, Audio()};
+    layout.streams = {AviStreamLayout{}, Audio()};
     return layout;
 }
 
@@ -223,7 +223,7 @@ TEST_F(AviRepairTest, CodecRulesFillTheCompression) {
 
 TEST_F(AviRepairTest, AudioStreamAheadOfVideoFailsAndLeavesNoFiles) {
     AviLayout layout;
-    layout.streams = {Audio(), StreamSpec{}};
+    layout.streams = {Audio(), AviStreamLayout{}};
     const AviOutcome out = RepairBytes(BuildFile(layout, SomeChunks(2, 2)));
     EXPECT_EQ(out.result, 0);
     EXPECT_FALSE(AnyPassFileLeft());

@@ -29,7 +29,7 @@ std::vector<uint8_t> AvihData(const AviLayout& layout) {
     return d;
 }
 
-std::vector<uint8_t> StrhData(const StreamSpec& s) {
+std::vector<uint8_t> StrhData(const AviStreamLayout& s) {
     std::vector<uint8_t> d;
     AppendText(d, s.video ? "vids" : "auds");
     AppendText(d, s.handler);
@@ -39,7 +39,7 @@ std::vector<uint8_t> StrhData(const StreamSpec& s) {
     return d;
 }
 
-std::vector<uint8_t> StrfData(const StreamSpec& s) {
+std::vector<uint8_t> StrfData(const AviStreamLayout& s) {
     std::vector<uint8_t> d;
     if (s.video) {
         for (uint32_t v : {40u, s.width, s.height}) AppendU32(d, v);
@@ -104,7 +104,7 @@ std::vector<uint8_t> BeginAviFile(const AviLayout& layout) {
     BeginAviList(file, "RIFF", "AVI ");
     const size_t hdrl = layout.withHdrl ? BeginAviList(file, "LIST", "hdrl") : 0;
     if (layout.withHdrl) AppendAviChunk(file, "avih", AvihData(layout));
-    for (const StreamSpec& s : layout.streams) {
+    for (const AviStreamLayout& s : layout.streams) {
         const size_t strl = BeginAviList(file, "LIST", "strl");
         AppendAviChunk(file, "strh", StrhData(s));
         std::vector<uint8_t> format = StrfData(s);

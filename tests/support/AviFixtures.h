@@ -24,7 +24,7 @@ size_t FindText(const std::vector<uint8_t>& bytes, const std::string& text, size
 // Data that holds no tag, digit pair or chunk code the repair could take for structure.
 std::vector<uint8_t> Filler(size_t size, uint8_t seed);
 
-struct StreamSpec {
+struct AviStreamLayout {
     bool video = true;
     std::string handler = "DIVX";      // fccHandler, 4 characters
     std::string compression = "DIVX";  // biCompression of a video stream
@@ -35,7 +35,7 @@ struct StreamSpec {
 struct AviLayout {
     uint32_t microSecPerFrame = 40000;
     uint32_t width = 320, height = 240;
-    std::vector<StreamSpec> streams{StreamSpec{}};
+    std::vector<AviStreamLayout> streams{AviStreamLayout{}};
     bool withHdrl = true;  // false: the stream lists stand without hdrl and avih
 };
 
