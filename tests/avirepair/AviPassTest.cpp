@@ -445,5 +445,38 @@ TEST_F(AviRepairTest, HeadersWithoutChunksGiveAnEmptyIndex) {
     EXPECT_EQ(GetU32le(out.bytes, kTotalFramesAt), 0u);
 }
 
+TEST_F(AviRepairTest, HeadersAcrossTheWindowEndAreReadWhole) {
+    // Garbage in front puts the RIFF header, the hdrl list and the first
+    // stream list in turn across the end of the first window of 333,333 bytes.
+    const std::vector<Chunk> chunks = SomeChunks(3, 3);
+    const std::vector<uint8_t> file = BuildFile(VideoAndAudio(), chunks);
+    for (size_t behindRiff : {20u, 50u, 150u}) {
+        std::vector<uint8_t> bytes = Filler(333333 - behindRiff, 7);
+        bytes.insert(bytes.end(), file.begin(), file.end());
+        const AviOutcome out = RepairBytes(bytes);
+        ASSERT_TRUE(out.avi.wellFormed) << behindRiff << ": " << out.avi.error;
+        EXPECT_EQ(out.avi.hdrlChildren, (std::vector<std::string>{"avih", "LIST:strl", "LIST:strl"}));
+        EXPECT_EQ(GetU32le(out.bytes, kWidthAt), 320u) << behindRiff;
+        ExpectChunks(out.avi, chunks);
+    }
+}
+
+TEST_F(AviRepairTest, ChunkHeaderAcrossTheWindowEndIsReadWhole) {
+    // The window is reloaded at the start of chunk 3; garbage behind it puts
+    // the header of chunk 4 at 333,329, its size beyond the window's end.
+    const std::vector<Chunk> chunks = SomeChunks(4, 4);
+    std::vector<uint8_t> file = BuildFile(VideoAndAudio(), chunks);
+    size_t at = FindText(file, "movi") + 4;
+    for (int i = 0; i < 4; ++i) at += 8 + chunks[size_t(i)].data.size() + (chunks[size_t(i)].data.size() & 1);
+    const size_t chunk3 = 8 + chunks[3].data.size() + (chunks[3].data.size() & 1);
+    const std::vector<uint8_t> garbage = Filler(333329 - chunk3, 9);
+    file.insert(file.begin() + long(at), garbage.begin(), garbage.end());
+    const AviOutcome out = RepairBytes(file);
+    ASSERT_TRUE(out.avi.wellFormed) << out.avi.error;
+    std::vector<Chunk> expected = chunks;
+    expected.erase(expected.begin() + 3);
+    ExpectChunks(out.avi, expected);
+}
+
 }  // namespace
 }  // namespace tolmi::test
