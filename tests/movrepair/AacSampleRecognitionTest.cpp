@@ -106,5 +106,47 @@ TEST_F(AacRecognition, OffsetsAreThoseOfTheDamagedFile) {
     EXPECT_EQ(found[0]->size, frame.size());
 }
 
+TEST_F(AacRecognition, AChannelLayoutChangeDoesNotStopTheSearch) {
+    // Two stereo frames, two mono frames of another stream, a stereo frame:
+    // the first mono frame makes FAAD2 report a channel configuration change.
+    std::string mono = test::MakeFixture("movrepair_aac_mono.mp4",
+                                         "-f lavfi -i sine=frequency=1000:sample_rate=44100:duration=1 -ac 1 "
+                                         "-c:a aac -b:a 64k");
+    ASSERT_FALSE(mono.empty());
+    std::vector<uint8_t> monoBytes = test::ReadAll(mono);
+    std::vector<PacketRecord> monoPackets = test::ProbePackets(mono, "a:0");
+    ASSERT_GT(monoPackets.size(), 8u);
+
+    std::vector<uint8_t> content = Frame(5);
+    std::vector<uint8_t> more = Frame(6);
+    content.insert(content.end(), more.begin(), more.end());
+    const size_t monoStart = content.size();
+    for (size_t i = 5; i < 7; ++i) {
+        const PacketRecord& p = monoPackets[i];
+        content.insert(content.end(), monoBytes.begin() + std::ptrdiff_t(p.pos),
+                       monoBytes.begin() + std::ptrdiff_t(p.pos + p.size));
+    }
+    const size_t lastStart = content.size();
+    more = Frame(7);
+    content.insert(content.end(), more.begin(), more.end());
+
+    auto found = Collect(content);
+    ASSERT_GE(found.size(), 3u);
+    EXPECT_EQ(found[0]->offset, 0u);
+    EXPECT_EQ(found[1]->offset, Frame(5).size());
+    EXPECT_EQ(found[1]->size, Frame(6).size());
+    // Whatever the decoder makes of the mono frames, the stereo frame behind
+    // them is found whole.
+    EXPECT_EQ(found.back()->offset, lastStart);
+    EXPECT_EQ(found.back()->size, more.size());
+    // Anything taken from the mono stretch stays inside it. (FAAD2 2.10
+    // refuses to set up a decoder without data, so there the retry falls
+    // back on the first decoder and the mono frames are not found.)
+    for (size_t i = 2; i + 1 < found.size(); ++i) {
+        EXPECT_GE(found[i]->offset, monoStart);
+        EXPECT_LE(found[i]->offset + found[i]->size, lastStart);
+    }
+}
+
 }  // namespace
 }  // namespace tolmi
