@@ -68,7 +68,8 @@ private:
     void AcceptVideoRun(SampleRun run, uint32_t frameCount);
     void TakeGap(uint64_t runOffset);
     void TakeAacGap(uint64_t lastEnd, uint64_t gap);
-    void AddAudioRun(SampleRun run, uint32_t samplesPerChunk, bool inFront);
+    static SampleRun PcmRun(uint64_t offset, uint64_t size);
+    void AppendAudioRun(SampleRun run, bool inFront);
     std::span<const uint8_t> AacConfig();
 
     MovRepairState& state_;
@@ -120,17 +121,20 @@ void MediaDataScan::TakeGap(uint64_t runOffset) {
         TakeAacGap(lastEnd, gap);
     } else if (Is(format, "SOWT_AUDIO_CODER_FORMAT")) {
         // A PCM frame counts as 4 bytes here, whatever the reference says.
-        SampleRun run;
-        run.push_back(std::make_unique<CSample>(lastEnd, gap, "SOWT"));
-        AddAudioRun(std::move(run), uint32_t(gap / 4), false);
+        audio_.AddChunk(uint32_t(gap / 4));
+        AppendAudioRun(PcmRun(lastEnd, gap), false);
     } else if (Is(format, "TWOS_AUDIO_CODER_FORMAT")) {
         // The sample-to-chunk table of twos comes from the reference, so
         // the chunk is neither counted nor recorded here.
-        SampleRun run;
-        run.push_back(std::make_unique<CSample>(lastEnd, gap, "SOWT"));
-        state_.audioSamples.push_back(run.front().get());
-        state_.sampleRuns.push_back(std::move(run));
+        AppendAudioRun(PcmRun(lastEnd, gap), false);
     }
+}
+
+// PCM is taken as it stands: the whole gap is one sample.
+SampleRun MediaDataScan::PcmRun(uint64_t offset, uint64_t size) {
+    SampleRun run;
+    run.push_back(std::make_unique<CSample>(offset, size, "SOWT"));
+    return run;
 }
 
 void MediaDataScan::TakeAacGap(uint64_t lastEnd, uint64_t gap) {
@@ -139,16 +143,19 @@ void MediaDataScan::TakeAacGap(uint64_t lastEnd, uint64_t gap) {
     // run is tried again at each run.
     if (state_.audioSamples.empty()) {
         SampleRun front = CollectAacRun(file, 0, state_.videoSamples.front()->offset, AacConfig());
-        const uint32_t count = uint32_t(front.size());
-        if (count > 0) AddAudioRun(std::move(front), count, true);
+        if (!front.empty()) {
+            audio_.AddChunk(uint32_t(front.size()));
+            AppendAudioRun(std::move(front), true);
+        }
     }
     SampleRun found = CollectAacRun(file, lastEnd, gap, AacConfig());
-    const uint32_t count = uint32_t(found.size());
-    if (count > 0) AddAudioRun(std::move(found), count, false);
+    if (!found.empty()) {
+        audio_.AddChunk(uint32_t(found.size()));
+        AppendAudioRun(std::move(found), false);
+    }
 }
 
-void MediaDataScan::AddAudioRun(SampleRun run, uint32_t samplesPerChunk, bool inFront) {
-    audio_.AddChunk(samplesPerChunk);
+void MediaDataScan::AppendAudioRun(SampleRun run, bool inFront) {
     for (const auto& sample : run) state_.audioSamples.push_back(sample.get());
     if (inFront) state_.sampleRuns.push_front(std::move(run));
     else state_.sampleRuns.push_back(std::move(run));
@@ -231,7 +238,9 @@ void CRepairMOV::WriteSampleData(File& out, DamagedFile& in) {
     RepairSession& s = Session();
     MovRepairState& state = MovState();
     if (WaitWhilePaused()) return out.close();
-    if (state.sampleRuns.empty()) return GiveUp(out);
+    // No run found, whatever the reason (a scan that did not run leaves no requests).
+    if (state.sampleRuns.empty() || !state.videoRequest || !state.audioRequest || !s.referenceFile)
+        return GiveUp(out);
 
     // Room for the header of the media data atom, written when its size is known.
     state.mediaHeaderPos = 0;
