@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <filesystem>
 
 #include "avirepair/AviChunkRules.h"
 #include "platform/ByteWriter.h"
@@ -68,9 +69,16 @@ bool AviPass::Prepare() {
     const std::string tmpDir = JoinPath(Environment::ModuleDir(), "$tmp");
     if (!IsDirectory(tmpDir) && CreateDirectoryPath(tmpDir)) SetHiddenAttribute(tmpDir);
     inputPath_ = s.corruptedPath;
-    outputPath_ = JoinPath(tmpDir, "Repaired.avi");
-    indexPath_ = JoinPath(tmpDir, "index");
-    imagePath_ = JoinPath(tmpDir, "$tmp$.bmp");
+    const std::string output = JoinPath(tmpDir, "Repaired.avi"), index = JoinPath(tmpDir, "index"),
+                      image = JoinPath(tmpDir, "$tmp$.bmp");
+    // The pass makes its files anew: one of them must not be the input.
+    for (const std::string* path : {&output, &index, &image}) {
+        std::error_code error;
+        if (std::filesystem::equivalent(inputPath_, *path, error)) return false;
+    }
+    outputPath_ = output;
+    indexPath_ = index;
+    imagePath_ = image;
     s.aviOutputPath = outputPath_;
 
     s.aviInputFile.close();

@@ -478,5 +478,13 @@ TEST_F(AviRepairTest, ChunkHeaderAcrossTheWindowEndIsReadWhole) {
     ExpectChunks(out.avi, expected);
 }
 
+TEST_F(AviRepairTest, OutputOfAnEarlierPassIsNotRepairedOverItself) {
+    const std::vector<Chunk> chunks = SomeChunks(3, 3);
+    ASSERT_EQ(RepairBytes(BuildFile(VideoAndAudio(), chunks)).result, 1);
+    const std::vector<uint8_t> earlier = ReadAll(TmpFile("Repaired.avi"));
+    EXPECT_EQ(RepairFile(TmpFile("Repaired.avi")).result, 0);
+    EXPECT_EQ(ReadAll(TmpFile("Repaired.avi")), earlier);  // input files are never written
+}
+
 }  // namespace
 }  // namespace tolmi::test
