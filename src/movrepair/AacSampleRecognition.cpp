@@ -59,7 +59,8 @@ NeAACDecHandle OpenDecoder(std::span<const uint8_t> decoderSpecificInfo) {
 }  // namespace
 
 void ReadBlock(DamagedFile& file, uint64_t offset, size_t count, uint8_t* buffer) {
-    file.read(offset, buffer, count);
+    const size_t got = file.read(offset, buffer, count);
+    std::fill(buffer + got, buffer + count, 0);
 }
 
 std::vector<std::unique_ptr<CSample>> CollectAacRun(DamagedFile& file, uint64_t offset, uint64_t length,
@@ -72,8 +73,9 @@ std::vector<std::unique_ptr<CSample>> CollectAacRun(DamagedFile& file, uint64_t 
     uint64_t cursor = 0;
     while (cursor < length) {
         size_t n = size_t(std::min<uint64_t>(kAttemptSize, length - cursor));
-        std::fill(scratch.begin(), scratch.end(), 0);
         ReadBlock(file, offset + cursor, n, scratch.data());
+        // Near the end of the stretch the decoder sees zeros behind it.
+        if (n < kAttemptSize) std::fill(scratch.begin() + std::ptrdiff_t(n), scratch.end(), 0);
         // Zero bytes never start a frame.
         if (scratch[0] == 0) {
             ++cursor;

@@ -15,8 +15,8 @@
 
 namespace tolmi {
 
-// Positioned read into the caller's buffer; a read fault is ignored and
-// leaves the rest of the buffer as it was.
+// Positioned read of count bytes into the caller's buffer; bytes that
+// cannot be read (a fault, the end of the file) read as zeros.
 void ReadBlock(DamagedFile& file, uint64_t offset, size_t count, uint8_t* buffer);
 
 // The AAC frames found in [offset, offset + length), in order, each a
