@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <random>
 #include <thread>
 
 #include "EngineRun.h"
@@ -282,6 +283,18 @@ TEST_F(ScanAndWrite, AnEmptyFileGivesUpWithTheMessage) {
     EXPECT_TRUE(MovState().sampleRuns.empty());
     EXPECT_NE(MovState().videoRequest, nullptr);
     EXPECT_NE(MovState().audioRequest, nullptr);
+    test::WriteMovResult(*engine, dir_.path());
+    EXPECT_EQ(Session().jobFailed, 1);
+    EXPECT_TRUE(ui_.called("showMessage 4 IDS_UNHEALTHY_1 IDS_INFORMATION"));
+}
+
+TEST_F(ScanAndWrite, RandomBytesHoldNoRunAndTheWriterGivesUp) {
+    Bytes content(300000);
+    std::mt19937 random(5);
+    for (uint8_t& b : content) b = uint8_t(random());
+    auto engine = Scan(content);
+    ASSERT_TRUE(engine);
+    EXPECT_TRUE(MovState().sampleRuns.empty());
     test::WriteMovResult(*engine, dir_.path());
     EXPECT_EQ(Session().jobFailed, 1);
     EXPECT_TRUE(ui_.called("showMessage 4 IDS_UNHEALTHY_1 IDS_INFORMATION"));
