@@ -71,7 +71,9 @@ uint32_t CollectVideoRun(uint64_t position, SampleRun& run, DamagedFile& file, u
     std::unique_ptr<CNALU> joinedUnit;
     bool pictureOpen = false;
     uint32_t count = 0;
-    while (unit && unit->totalSize < kLargestNalUnit) {
+    // The parsers refuse units of size 0; the test here keeps the chain
+    // moving whatever they accept.
+    while (unit && unit->totalSize > 0 && unit->totalSize < kLargestNalUnit) {
         ++count;
         if (WaitWhilePaused()) return 0;
         const uint32_t size = unit->totalSize;
