@@ -6,7 +6,8 @@ set -euo pipefail
 cd "$(dirname "$0")/../samples"
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
-h264=(-c:v libx264 -profile:v main -pix_fmt yuv420p -g 25 -bf 2 -c:a aac -b:a 64k -ar 44100 -ac 2)
+# Cameras and phones write each track in chunks of about half a second.
+h264=(-c:v libx264 -profile:v main -pix_fmt yuv420p -g 25 -bf 2 -c:a aac -b:a 64k -ar 44100 -ac 2 -chunk_duration 500000)
 ff() { ffmpeg -nostdin -y -loglevel error "$@"; }
 
 ff -f lavfi -i testsrc2=size=320x240:rate=25 -f lavfi -i sine=frequency=440:sample_rate=44100 \

@@ -122,3 +122,26 @@ TEST_F(RepairDriverTest, AnAviThatCannotBeRepairedEndsWithoutAResult) {
 
 }  // namespace
 }  // namespace tolmi
+
+namespace tolmi {
+namespace {
+
+TEST_F(RepairDriverTest, AMovFileWhoseMovieStandsIsRepairedAtOnce) {
+    const std::string healthy = test::MakeFixture(
+        "driver_healthy_h264_aac_chunked.mp4",
+        "-f lavfi -i testsrc=size=320x240:rate=25 -f lavfi -i sine=frequency=440:sample_rate=44100 -ac 2 -t 2 "
+        "-pix_fmt yuv420p -c:v libx264 -preset ultrafast -c:a aac -b:a 96k -chunk_duration 500000");
+    if (healthy.empty()) GTEST_SKIP() << "ffmpeg is missing";
+    pickCorruptedFile(healthy);
+    repair();
+    EXPECT_FALSE(ui.called("askForReference"));
+    EXPECT_FALSE(ui.called("showMessage"));
+    ASSERT_TRUE(ui.called("showResult"));
+    // Every sample of the healthy file comes out: the result is about as large as the input.
+    const uint64_t input = test::ReadAll(healthy).size();
+    EXPECT_GT(Session().movOutputSize.load(), input * 9 / 10);
+    EXPECT_LT(Session().movOutputSize.load(), input * 11 / 10);
+}
+
+}  // namespace
+}  // namespace tolmi
