@@ -2,6 +2,9 @@
 
 #include "TestSupport.h"
 
+#include <cctype>
+#include <sstream>
+
 namespace tolmi::test {
 
 Bytes U16(uint16_t value) { return {uint8_t(value >> 8), uint8_t(value)}; }
@@ -171,6 +174,24 @@ std::string MakeContainerReference(const ReferenceRecipe& recipe) {
     else if (recipe.audio == "twos") arguments += "-c:a pcm_s16be ";
     if (recipe.faststart) arguments += "-movflags +faststart ";
     return MakeFixture(name, arguments);
+}
+
+Bytes ProbeExtradata(const std::string& path, const std::string& stream) {
+    const std::string dump = CaptureCommand("ffprobe -v error -select_streams " + stream +
+                                            " -show_entries stream=extradata -show_data " + ShellQuote(path));
+    // Lines of the form "00000000: 1210 56e5 00    ..V..": hex groups between the colon and two blanks.
+    Bytes bytes;
+    std::istringstream lines(dump);
+    for (std::string line; std::getline(lines, line);) {
+        const size_t colon = line.find(": ");
+        if (colon != 8) continue;
+        const std::string hex = line.substr(colon + 2, line.find("  ", colon + 2) - colon - 2);
+        std::string digits;
+        for (char c : hex)
+            if (std::isxdigit(static_cast<unsigned char>(c))) digits += c;
+        for (size_t i = 0; i + 1 < digits.size(); i += 2) bytes.push_back(uint8_t(std::stoi(digits.substr(i, 2), nullptr, 16)));
+    }
+    return bytes;
 }
 
 }  // namespace tolmi::test

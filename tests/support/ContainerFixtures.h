@@ -81,4 +81,8 @@ struct ReferenceRecipe {
 // The path of the cached file, or empty when ffmpeg is missing or fails.
 std::string MakeContainerReference(const ReferenceRecipe& recipe);
 
+// The codec extradata of one stream ("a:0", "v:0") as ffprobe reports it:
+// for AAC the AudioSpecificConfig, for H.264 the avcC record.
+Bytes ProbeExtradata(const std::string& path, const std::string& stream);
+
 }  // namespace tolmi::test
