@@ -11,6 +11,7 @@
 
 #include "cli/ConsoleUi.h"
 #include "cli/JsonText.h"
+#include "cli/ResultCheck.h"
 #include "platform/File.h"
 #include "workflow/JobControl.h"
 #include "workflow/Language.h"
@@ -82,18 +83,22 @@ void runPass(ConsoleUi& ui) {
     waitForWorker();
 }
 
-uint64_t ReportedOutputSize(bool movJob) {
-    return movJob ? Session().movOutputSize.load() : Session().aviOutputSize.load();
+// The engine's word is checked against the file itself before the job is
+// called a success: a disk that filled up leaves a file without its end.
+bool OutputIsWhole(bool movJob) {
+    const RepairSession& s = Session();
+    if (movJob) return MovResultIsWhole(s.tempOutputPath, s.movOutputSize);
+    return AviResultIsWhole(s.aviOutputPath, s.aviOutputSize, uint64_t(s.aviVideoChunks) + s.aviAudioChunks);
 }
 
-// The engine's word is checked against the file itself before the job is
-// called a success: a disk that filled up leaves a short file.
-bool OutputIsWhole(bool movJob) {
-    const std::string& path = movJob ? Session().tempOutputPath : Session().aviOutputPath;
-    File file(path, FileAccess::Read, FileCreation::OpenExisting);
-    auto size = file.size();
-    if (!size || *size == 0) return false;
-    return !movJob || *size == ReportedOutputSize(movJob);
+bool IsEmptyFile(const std::string& path) {
+    std::error_code error;
+    return fs::is_regular_file(path, error) && fs::file_size(path, error) == 0 && !error;
+}
+
+bool IsSameFile(const std::string& a, const std::string& b) {
+    std::error_code error;
+    return fs::equivalent(a, b, error) && !error;
 }
 
 void PrintProperties(ConsoleUi& ui, const Options& options, const std::string& target,
@@ -121,16 +126,28 @@ int ExitForOutcome(JobOutcome outcome) {
 
 int SaveAndReport(ConsoleUi& ui, const Options& options, const std::string& target) {
     const bool movJob = Session().isMovJob == 1;
+    // A pass that ran to its end without finding a frame has made a file
+    // that only looks repaired.
+    if (!movJob && Session().aviVideoChunks == 0) {
+        ui.sayError(LoadText("IDS_AVIERROR3"));
+        returnToIdle();
+        return kExitUnrepairable;
+    }
     if (!OutputIsWhole(movJob)) {
-        ui.sayError(LoadText("IDS_UNHEALTHY_1") + " (the repaired file could not be written whole)");
+        ui.sayError(LoadText("IDS_UNHEALTHY_1") + " (the repaired file could not be written whole; " +
+                    LoadText("IDS_ERROR10") + ")");
         returnToIdle();
         return kExitUnrepairable;
     }
     const std::vector<PropertyRow> rows = fillProperties();
-    switch (saveResult(target, options.force)) {
-        case SaveOutcome::Saved:
-            PrintProperties(ui, options, target, rows);
-            return kExitRepaired;
+    const SaveOutcome saved = saveResult(target, options.force);
+    if (saved == SaveOutcome::Saved) {
+        PrintProperties(ui, options, target, rows);
+        return kExitRepaired;
+    }
+    // A result that was not saved leaves nothing in "$tmp" either.
+    returnToIdle();
+    switch (saved) {
         case SaveOutcome::TargetExists:
             ui.sayError(target + " exists; give --force to replace it, or another --output.");
             return kExitUsage;
@@ -157,10 +174,21 @@ int Repair(const Options& options, ConsoleUi& ui) {
         return kExitCannotOpen;
     }
 
+    // An empty file holds nothing to find, with or without a reference.
+    if (IsEmptyFile(options.damaged)) {
+        ui.sayError(LoadText(movJob ? "IDS_MOVERROR3" : "IDS_AVIERROR3"));
+        return kExitUnrepairable;
+    }
+
     runPass(ui);
     if (ui.outcome() == JobOutcome::NeedsReference && !options.reference.empty()) {
-        pickReferenceFile(AbsolutePath(options.reference));
-        runPass(ui);
+        // The damaged file would only be tried once more as its own reference.
+        if (IsSameFile(options.reference, options.damaged)) {
+            ui.sayError(options.reference + " is the damaged file itself; the reference must be another video.");
+        } else {
+            pickReferenceFile(AbsolutePath(options.reference));
+            runPass(ui);
+        }
     }
     switch (ui.outcome()) {
         case JobOutcome::Finished: return SaveAndReport(ui, options, target);

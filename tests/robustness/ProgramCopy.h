@@ -1,0 +1,66 @@
+#pragma once
+// What the robustness tests share: a copy of tolmi-repair with its language
+// files in a folder of the test's own (so "$tmp" and "settings.ini" are the
+// test's), runs of it under a time limit, a hash of a file's content that
+// does not read the holes of a sparse file, a tmpfs mount that goes away with
+// the test, and the media fixtures.
+
+#include <string>
+#include <vector>
+
+namespace tolmi::test {
+
+struct ProgramRun {
+    int status = -1;     // exit code; 124 when the time limit ended it
+    std::string output;  // standard output and standard error together
+    double seconds = 0;  // wall time
+};
+
+class ProgramCopy {
+public:
+    // Copies the program and lg/ into dir, which must exist.
+    explicit ProgramCopy(std::string dir);
+
+    std::string binary() const { return dir_ + "/tolmi-repair"; }
+    std::string tmpDir() const { return dir_ + "/$tmp"; }
+    // The English text of a key, as the program shows it.
+    std::string text(const std::string& key) const;
+    // Runs the program with arguments (already quoted for the shell) under
+    // a time limit.
+    ProgramRun run(const std::string& arguments, int timeLimitSeconds = 60) const;
+    // The job outputs left in "$tmp" ("Repaired.mov", "Repaired.avi"): a
+    // later job could take them for its own.
+    std::vector<std::string> staleOutputs() const;
+
+private:
+    std::string dir_;
+};
+
+// A hash of a file's length and content. Holes of a sparse file are passed
+// over, not read, so a 4 GiB file with little data costs little.
+std::string ContentHash(const std::string& path);
+
+// A tmpfs of the given size mounted on dir for the lifetime of the object;
+// mounted() is false where mounting is not permitted.
+class TmpfsMount {
+public:
+    TmpfsMount(std::string dir, const std::string& size);
+    ~TmpfsMount();
+    TmpfsMount(const TmpfsMount&) = delete;
+    TmpfsMount& operator=(const TmpfsMount&) = delete;
+    bool mounted() const { return mounted_; }
+
+private:
+    std::string dir_;
+    bool mounted_ = false;
+};
+
+// A healthy small MP4 (H.264 and AAC, 3 s, its movie behind the media), and
+// an AVI (MPEG-4 part 2 and PCM, 4 s). Empty without ffmpeg.
+std::string SmallMp4();
+std::string SmallAvi();
+// A recording of the MP4's recipe with its movie cut away, so that it needs
+// SmallMp4() as its reference; written into dir as name.
+std::string MovieLessMp4(const std::string& dir, const std::string& name);
+
+}  // namespace tolmi::test
