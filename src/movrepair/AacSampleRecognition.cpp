@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "workflow/RepairSession.h"
+
 namespace tolmi {
 namespace {
 
@@ -14,6 +16,10 @@ constexpr size_t kAttemptSize = 1024;
 // Zeros behind an attempt, so that the decoder's bit reader never meets the
 // end of an allocation, whatever it looks ahead.
 constexpr size_t kScratchPadding = 64;
+// In garbage every byte is an attempt of a few microseconds; the pause and
+// stop flags are looked at after this many, so that a long stretch holds
+// or ends within milliseconds.
+constexpr uint32_t kAttemptsBetweenFlagChecks = 4096;
 
 // The decoder refuses a frame whose channel layout differs from the layout
 // it decoded before. A decoder set up afresh from the same configuration
@@ -71,7 +77,16 @@ std::vector<std::unique_ptr<CSample>> CollectAacRun(DamagedFile& file, uint64_t 
 
     std::vector<uint8_t> scratch(kAttemptSize + kScratchPadding);
     uint64_t cursor = 0;
+    uint32_t attempts = 0;
     while (cursor < length) {
+        if (++attempts == kAttemptsBetweenFlagChecks) {
+            attempts = 0;
+            // A stopped job keeps nothing of the stretch.
+            if (WaitWhilePaused()) {
+                found.clear();
+                break;
+            }
+        }
         size_t n = size_t(std::min<uint64_t>(kAttemptSize, length - cursor));
         ReadBlock(file, offset + cursor, n, scratch.data());
         // Near the end of the stretch the decoder sees zeros behind it.

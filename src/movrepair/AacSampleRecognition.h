@@ -22,7 +22,8 @@ void ReadBlock(DamagedFile& file, uint64_t offset, size_t count, uint8_t* buffer
 // The AAC frames found in [offset, offset + length), in order, each a
 // sample of type "AAC". decoderSpecificInfo is the AudioSpecificConfig of
 // the reference's audio track; only its first two bytes are used. Empty
-// when nothing is found or the decoder cannot be set up.
+// when nothing is found, the decoder cannot be set up, or the job was
+// stopped during the search (a pause holds it where it is).
 std::vector<std::unique_ptr<CSample>> CollectAacRun(DamagedFile& file, uint64_t offset, uint64_t length,
                                                     std::span<const uint8_t> decoderSpecificInfo);
 

@@ -14,6 +14,7 @@
 #include "movrepair/ChunkEntryList.h"
 #include "movrepair/FrameSizeFolder.h"
 #include "movrepair/MovRepairState.h"
+#include "movrepair/NalStartFilter.h"
 #include "movrepair/VideoSampleRecognition.h"
 #include "platform/ByteReader.h"
 #include "platform/ByteWriter.h"
@@ -25,8 +26,12 @@ namespace {
 
 // The last shown percentage starts here so that the first value always shows.
 constexpr int kNothingShown = 1000;
-// Samples are copied in pieces of at most this size.
+// Samples are copied in pieces of at most this size, with a look at the
+// pause and stop flags between pieces.
 constexpr size_t kCopyPiece = size_t(4) << 20;
+// The walk passes over positions that start no chain in batches of at most
+// this many bytes, with a look at the flags between batches.
+constexpr uint64_t kSkipBatch = 64 * 1024;
 
 bool Is(const std::string& text, const char* word) { return strcasecmp(text.c_str(), word) == 0; }
 
@@ -53,18 +58,26 @@ std::string SizeText(uint64_t bytes) {
     return text;
 }
 
+// The first position above position at which position * 100 / fileSize
+// changes.
+uint64_t NextPercentStep(uint64_t position, uint64_t fileSize) {
+    const uint64_t percent = position * 100 / fileSize;
+    return ((percent + 1) * fileSize + 99) / 100;
+}
+
 // The walk of the damaged file for video runs, and what it makes of the
 // stretches between them.
 class MediaDataScan {
 public:
     MediaDataScan(MovRepairState& state, GFile& reference, uint8_t lengthSize, ReferenceParameterSets sets)
-        : state_(state), reference_(reference), lengthSize_(lengthSize), sets_(sets) {}
+        : state_(state), reference_(reference), lengthSize_(lengthSize), sets_(sets), filter_(lengthSize, sets) {}
 
     // False when the job was stopped.
     bool Run();
     void MakeRequests();
 
 private:
+    uint64_t NextCandidate(uint64_t position, uint64_t limit);
     void AcceptVideoRun(SampleRun run, uint32_t frameCount);
     void TakeGap(uint64_t runOffset);
     void TakeAacGap(uint64_t lastEnd, uint64_t gap);
@@ -76,9 +89,13 @@ private:
     GFile& reference_;
     uint8_t lengthSize_;
     ReferenceParameterSets sets_;
+    NalStartFilter filter_;
     ChunkEntryList video_, audio_;
     const DecoderSpecifiInfoWrapper* aacConfig_ = nullptr;
     bool aacConfigRead_ = false;
+    // The search of the stretch in front of the first run found nothing. The
+    // stretch and a fresh decoder are the same at every run, so is the result.
+    bool frontStretchEmpty_ = false;
 };
 
 bool MediaDataScan::Run() {
@@ -89,6 +106,12 @@ bool MediaDataScan::Run() {
     while (position < fileSize) {
         if (WaitWhilePaused()) return false;
         ShowPercent(int(position * 100 / fileSize), lastShown);
+        if (!state_.straightforwardReading) {
+            // Within one percentage step, straight to the next position that may start a chain.
+            const uint64_t limit = std::min({fileSize, NextPercentStep(position, fileSize), position + kSkipBatch});
+            position = NextCandidate(position, limit);
+            if (position == limit) continue;
+        }
         SampleRun run;
         uint32_t frameCount = 0;
         // A chain needs three units to count; otherwise the search moves on by one byte.
@@ -100,6 +123,25 @@ bool MediaDataScan::Run() {
         AcceptVideoRun(std::move(run), frameCount);
     }
     return !WaitWhilePaused();
+}
+
+// The first position in [position, limit) that passes the cheap header
+// rules, or limit.
+uint64_t MediaDataScan::NextCandidate(uint64_t position, uint64_t limit) {
+    DamagedFile& file = state_.damagedFile;
+    const size_t span = filter_.span();
+    while (position < limit) {
+        const uint64_t end = std::min<uint64_t>(limit, position + (DamagedFile::largestView() - span));
+        std::span<const uint8_t> bytes = file.view(position, size_t(end - position) + span);
+        // A read fault is left to the full test.
+        if (bytes.empty()) return position;
+        for (uint64_t p = position; p < end; ++p) {
+            const size_t i = size_t(p - position);
+            if (filter_.MayStart(bytes.data() + i, bytes.size() - i)) return p;
+        }
+        position = end;
+    }
+    return limit;
 }
 
 void MediaDataScan::AcceptVideoRun(SampleRun run, uint32_t frameCount) {
@@ -141,8 +183,9 @@ void MediaDataScan::TakeAacGap(uint64_t lastEnd, uint64_t gap) {
     DamagedFile& file = state_.damagedFile;
     // Until some audio is found, the stretch in front of the first video
     // run is tried again at each run.
-    if (state_.audioSamples.empty()) {
+    if (state_.audioSamples.empty() && !frontStretchEmpty_) {
         SampleRun front = CollectAacRun(file, 0, state_.videoSamples.front()->offset, AacConfig());
+        frontStretchEmpty_ = front.empty() && !state_.straightforwardReading && !Session().stopRequested;
         if (!front.empty()) {
             audio_.AddChunk(uint32_t(front.size()));
             AppendAudioRun(std::move(front), true);
@@ -178,17 +221,20 @@ void MediaDataScan::MakeRequests() {
     state_.videoRequest->chunkEntries = video_.HandOver(state_.chunkEntryRows);
 }
 
-// Copies size bytes at offset of in to position of out; bytes that cannot
-// be read are written as zeros.
-void CopySample(DamagedFile& in, const CSample& sample, File& out, uint64_t position) {
-    std::vector<uint8_t> piece;
+// Copies the sample to position of out through piece, which is reused from
+// sample to sample; bytes that cannot be read are written as zeros. False
+// when the job was stopped during a long copy.
+bool CopySample(DamagedFile& in, const CSample& sample, File& out, uint64_t position, std::vector<uint8_t>& piece) {
     for (uint64_t done = 0; done < sample.size;) {
-        size_t count = size_t(std::min<uint64_t>(kCopyPiece, sample.size - done));
-        piece.assign(count, 0);
-        in.read(sample.offset + done, piece.data(), count);
+        if (done > 0 && WaitWhilePaused()) return false;
+        const size_t count = size_t(std::min<uint64_t>(kCopyPiece, sample.size - done));
+        if (piece.size() < count) piece.resize(count);
+        const size_t got = in.read(sample.offset + done, piece.data(), count);
+        std::fill(piece.begin() + std::ptrdiff_t(got), piece.begin() + std::ptrdiff_t(count), 0);
         out.writeAt(position + done, piece.data(), count);
         done += count;
     }
+    return true;
 }
 
 }  // namespace
@@ -204,7 +250,7 @@ void CRepairMOV::ScanMediaData() {
     const bool h265 = Is(s.videoCoderFormat, "HVC1_VIDEO_CODER_FORMAT");
     if (!h265 && !Is(s.videoCoderFormat, "AVC1_VIDEO_CODER_FORMAT")) return;
     if (WaitWhilePaused()) return;
-    if (!s.referenceFile || !state.damagedFile.open(s.corruptedPath)) return;
+    if (!s.referenceFile || !state.damagedFile.open(s.corruptedPath, state.straightforwardReading)) return;
 
     GFile& reference = *s.referenceFile;
     const uint8_t lengthSize = reference.GetLengthSize();
@@ -228,7 +274,7 @@ void CRepairMOV::WriteRepairedFile(std::string tempPath, std::string damagedPath
     File out(tempPath, FileAccess::ReadWrite, FileCreation::CreateAlways);
     SetHiddenAttribute(tempPath);
     DamagedFile in;
-    in.open(damagedPath);
+    in.open(damagedPath, MovState().straightforwardReading);
     s.previewDescriptor = tempPath + "$$" + s.corruptedName + "$$" + SizeText(in.size()) + "$$";
     WriteSampleData(out, in);
     in.close();
@@ -255,6 +301,7 @@ void CRepairMOV::WriteSampleData(File& out, DamagedFile& in) {
     std::vector<uint64_t> videoOffsets, audioOffsets;
     std::vector<uint32_t> videoSizes, audioSizes;
     FrameSizeFolder folder;
+    std::vector<uint8_t> piece;
     const uint32_t runCount = uint32_t(state.sampleRuns.size());
     uint32_t runIndex = 0;
     for (const SampleRun& run : state.sampleRuns) {
@@ -266,7 +313,7 @@ void CRepairMOV::WriteSampleData(File& out, DamagedFile& in) {
         (IsVideoType(run.front()->type) ? videoOffsets : audioOffsets).push_back(s.movOutputSize);
         for (const auto& sample : run) {
             folder.Add(*sample, videoSizes, audioSizes);
-            CopySample(in, *sample, out, s.movOutputSize);
+            if (!CopySample(in, *sample, out, s.movOutputSize, piece)) return out.close();
             s.movOutputSize = out.size().value_or(s.movOutputSize);
         }
     }

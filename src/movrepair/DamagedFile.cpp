@@ -10,10 +10,11 @@ constexpr size_t kCacheSize = size_t(1) << 20;
 
 }  // namespace
 
-bool DamagedFile::open(const std::string& path) {
+bool DamagedFile::open(const std::string& path, bool positionedReads) {
     close();
     if (!file_.open(path, FileAccess::Read, FileCreation::OpenExisting)) return false;
     size_ = file_.size().value_or(0);
+    positionedReads_ = positionedReads;
     return true;
 }
 
@@ -26,6 +27,8 @@ void DamagedFile::close() {
     cacheLength_ = 0;
 }
 
+size_t DamagedFile::largestView() { return kCacheSize / 2; }
+
 bool DamagedFile::fill(uint64_t position) {
     cache_.resize(kCacheSize);
     cacheStart_ = position;
@@ -33,15 +36,25 @@ bool DamagedFile::fill(uint64_t position) {
     return cacheLength_ > 0;
 }
 
+std::span<const uint8_t> DamagedFile::view(uint64_t position, size_t count) {
+    if (!file_.isOpen() || count == 0 || count > largestView()) return {};
+    if (positionedReads_) {
+        cache_.resize(count);
+        return {cache_.data(), file_.readAt(position, cache_.data(), count).value_or(0)};
+    }
+    bool cached = position >= cacheStart_ && position - cacheStart_ + count <= cacheLength_;
+    if (!cached && !fill(position)) return {};
+    const size_t offset = size_t(position - cacheStart_);
+    return {cache_.data() + offset, std::min(count, cacheLength_ - offset)};
+}
+
 size_t DamagedFile::read(uint64_t position, uint8_t* buffer, size_t count) {
     if (!file_.isOpen() || count == 0) return 0;
     // Large requests (sample copies) bypass the cache.
-    if (count > kCacheSize / 2) return file_.readAt(position, buffer, count).value_or(0);
-    bool cached = position >= cacheStart_ && position - cacheStart_ + count <= cacheLength_;
-    if (!cached && !fill(position)) return 0;
-    size_t available = size_t(std::min<uint64_t>(count, cacheLength_ - (position - cacheStart_)));
-    std::memcpy(buffer, cache_.data() + (position - cacheStart_), available);
-    return available;
+    if (positionedReads_ || count > largestView()) return file_.readAt(position, buffer, count).value_or(0);
+    std::span<const uint8_t> bytes = view(position, count);
+    if (!bytes.empty()) std::memcpy(buffer, bytes.data(), bytes.size());
+    return bytes.size();
 }
 
 }  // namespace tolmi

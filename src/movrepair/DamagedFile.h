@@ -1,11 +1,13 @@
 #pragma once
 // Read access to the damaged file for the scan and the copy. The scan tries
-// every byte position with a small window, so reads go through one large
-// buffer instead of a system call each; the bytes delivered are exactly
-// those of positioned reads.
+// every byte position with a small window, so reads normally go through one
+// large buffer instead of a system call each; the bytes delivered are
+// exactly those of positioned reads. The straightforward reading, one
+// positioned read per request, is kept to prove that.
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -15,7 +17,9 @@ namespace tolmi {
 
 class DamagedFile {
 public:
-    bool open(const std::string& path);
+    // With positionedReads, every read is a system call of its own and
+    // nothing is buffered.
+    bool open(const std::string& path, bool positionedReads = false);
     bool isOpen() const { return file_.isOpen(); }
     void close();
     // The size when the file was opened.
@@ -25,11 +29,20 @@ public:
     // of bytes copied: fewer at the end of the file, 0 on a read fault.
     size_t read(uint64_t position, uint8_t* buffer, size_t count);
 
+    // Up to count bytes at position without a copy (count at most half the
+    // buffer); fewer at the end of the file, none on a read fault. Valid
+    // until the next call.
+    std::span<const uint8_t> view(uint64_t position, size_t count);
+
+    // The largest count that view() takes.
+    static size_t largestView();
+
 private:
     bool fill(uint64_t position);
 
     File file_;
     uint64_t size_ = 0;
+    bool positionedReads_ = false;
     std::vector<uint8_t> cache_;
     uint64_t cacheStart_ = 0;
     size_t cacheLength_ = 0;

@@ -10,32 +10,16 @@
 
 #include "EngineRun.h"
 #include "MovFixtures.h"
+#include "RepairCases.h"
 #include "TestSupport.h"
 #include "workflow/RepairSession.h"
 
 namespace tolmi {
 namespace {
 
-using test::MovRecipe;
+using test::DamagedRange;
 using test::PacketRecord;
-
-enum class Damage {
-    EndCutOff,      // the recording stopped short: the moov behind the media data is gone
-    RandomStretch,  // the file's own moov stands, 20,000 random bytes lie in its media data
-    MoovZeroed,     // the moov was overwritten with zeros in place
-};
-
-struct RepairCase {
-    std::string label;
-    MovRecipe recipe;
-    Damage damage;
-};
-
-// Bytes [begin, end) of the damaged file no longer hold what they held.
-struct DamagedRange {
-    uint64_t begin = 0, end = 0;
-    bool Spoils(const PacketRecord& p) const { return p.pos < end && p.pos + p.size > begin; }
-};
+using test::RepairCase;
 
 std::vector<std::string> Hashes(const std::vector<PacketRecord>& packets) {
     std::vector<std::string> hashes;
@@ -53,8 +37,6 @@ std::pair<size_t, size_t> SurvivingPackets(const std::string& source, const std:
     return {test::CountInOrder(expected, Hashes(test::ProbePackets(result, stream))), expected.size()};
 }
 
-void PrintTo(const RepairCase& c, std::ostream* out) { *out << c.label; }
-
 class MovRepairEndToEnd : public ::testing::TestWithParam<RepairCase> {
 protected:
     void SetUp() override {
@@ -67,35 +49,13 @@ protected:
 
 TEST_P(MovRepairEndToEnd, RebuildsAPlayableFileWithTheSurvivingFrames) {
     const RepairCase& c = GetParam();
-    const std::string reference = test::MakeMovReference(c.recipe);
-    const std::string recording = test::MakeMovRecording(c.recipe);
-    ASSERT_FALSE(reference.empty());
-    ASSERT_FALSE(recording.empty());
+    std::optional<test::DamagedInput> input = test::MakeDamagedInput(c, dir_.path());
+    ASSERT_TRUE(input);
+    const std::string& reference = input->reference;
+    const std::string& recording = input->recording;
+    const DamagedRange& range = input->range;
 
-    const std::string damaged = dir_.file("damaged." + c.recipe.extension);
-    const uint64_t size = test::ReadAll(recording).size();
-    DamagedRange range;
-    std::string movieSource = reference;
-    switch (c.damage) {
-    case Damage::EndCutOff:
-        range = {size * 7 / 10, size};
-        test::CopyCut(recording, damaged, range.begin);
-        break;
-    case Damage::RandomStretch: {
-        auto mdat = test::FindTopLevelAtom(recording, "mdat");
-        ASSERT_TRUE(mdat);
-        range.begin = mdat->offset + mdat->size * 45 / 100;
-        range.end = range.begin + 20000;
-        test::CopyWithRandomStretch(recording, damaged, range.begin, 20000, 7);
-        movieSource = damaged;  // its own moov serves as the reference
-        break;
-    }
-    case Damage::MoovZeroed:
-        ASSERT_TRUE(test::CopyWithZeroedAtom(recording, damaged, "moov"));
-        break;
-    }
-
-    test::EngineRun run = test::RunMovEngine(damaged, movieSource, dir_.path());
+    test::EngineRun run = test::RunMovEngine(input->damaged, input->movieSource, dir_.path());
     ASSERT_TRUE(run.referenceHasMovie);
     ASSERT_FALSE(run.output.empty()) << "the engine gave up";
 
@@ -117,18 +77,8 @@ TEST_P(MovRepairEndToEnd, RebuildsAPlayableFileWithTheSurvivingFrames) {
     std::cout << "\n";
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, MovRepairEndToEnd,
-    ::testing::Values(RepairCase{"H264BAacMp4Cut", test::H264AacRecipe("mp4", true), Damage::EndCutOff},
-                      RepairCase{"H264BAacMovCut", test::H264AacRecipe("mov", true), Damage::EndCutOff},
-                      RepairCase{"H264AacMp4Cut", test::H264AacRecipe("mp4", false), Damage::EndCutOff},
-                      RepairCase{"H265AacMp4Cut", test::H265AacRecipe(), Damage::EndCutOff},
-                      RepairCase{"H264SowtMovCut", test::H264PcmRecipe(false), Damage::EndCutOff},
-                      RepairCase{"H264TwosMovCut", test::H264PcmRecipe(true), Damage::EndCutOff},
-                      RepairCase{"H264OnlyMp4Cut", test::H264OnlyRecipe(), Damage::EndCutOff},
-                      RepairCase{"H264BAacMp4RandomStretch", test::H264AacRecipe("mp4", true), Damage::RandomStretch},
-                      RepairCase{"H264BAacMp4MoovZeroed", test::H264AacRecipe("mp4", true), Damage::MoovZeroed}),
-    [](const ::testing::TestParamInfo<RepairCase>& info) { return info.param.label; });
+INSTANTIATE_TEST_SUITE_P(Cases, MovRepairEndToEnd, ::testing::ValuesIn(test::EndToEndCases()),
+                         [](const ::testing::TestParamInfo<RepairCase>& info) { return info.param.label; });
 
 }  // namespace
 }  // namespace tolmi
