@@ -53,6 +53,7 @@ private:
     void ReadChild(uint32_t childType, std::span<const uint8_t> child, AtomArena& arena);
     bool BuildChunkTables(const CAtomCreationRequest& request, CStbl& built);
     uint32_t TakeVideoTables(const CAtomCreationRequest& request, CStbl& built);
+    // Only for a built table, whose seven children all exist.
     std::vector<uint8_t> ToBytes() const;
 };
 
