@@ -69,48 +69,67 @@ void ReadBlock(DamagedFile& file, uint64_t offset, size_t count, uint8_t* buffer
     std::fill(buffer + got, buffer + count, 0);
 }
 
-std::vector<std::unique_ptr<CSample>> CollectAacRun(DamagedFile& file, uint64_t offset, uint64_t length,
-                                                    std::span<const uint8_t> decoderSpecificInfo) {
-    std::vector<std::unique_ptr<CSample>> found;
-    NeAACDecHandle decoder = OpenDecoder(decoderSpecificInfo);
-    if (!decoder) return found;
+AacStretchSearch::AacStretchSearch(DamagedFile& file, uint64_t offset, std::span<const uint8_t> decoderSpecificInfo)
+    : file_(file), offset_(offset), decoder_(OpenDecoder(decoderSpecificInfo)), scratch_(kAttemptSize + kScratchPadding) {}
 
-    std::vector<uint8_t> scratch(kAttemptSize + kScratchPadding);
-    uint64_t cursor = 0;
-    uint32_t attempts = 0;
-    while (cursor < length) {
-        if (++attempts == kAttemptsBetweenFlagChecks) {
-            attempts = 0;
-            // A stopped job keeps nothing of the stretch.
-            if (WaitWhilePaused()) {
-                found.clear();
-                break;
-            }
-        }
-        size_t n = size_t(std::min<uint64_t>(kAttemptSize, length - cursor));
-        ReadBlock(file, offset + cursor, n, scratch.data());
-        // Near the end of the stretch the decoder sees zeros behind it.
-        if (n < kAttemptSize) std::fill(scratch.begin() + std::ptrdiff_t(n), scratch.end(), 0);
-        // Zero bytes never start a frame.
-        if (scratch[0] == 0) {
-            ++cursor;
-            continue;
-        }
-        NeAACDecFrameInfo info{};
-        void* decoded = NeAACDecDecode(decoder, &info, scratch.data(), n);
-        if (info.error == kChannelConfigurationChange && SwapInFreshDecoder(decoder)) {
-            info = NeAACDecFrameInfo{};
-            decoded = NeAACDecDecode(decoder, &info, scratch.data(), n);
-        }
-        if (decoded && info.bytesconsumed > 0) {
-            found.push_back(std::make_unique<CSample>(offset + cursor, info.bytesconsumed, "AAC"));
-            cursor += info.bytesconsumed;
-        } else {
-            ++cursor;
+AacStretchSearch::~AacStretchSearch() {
+    if (decoder_) NeAACDecClose(static_cast<NeAACDecHandle>(decoder_));
+}
+
+bool AacStretchSearch::TryAt(uint64_t length) {
+    if (++attempts_ == kAttemptsBetweenFlagChecks) {
+        attempts_ = 0;
+        // A stopped job keeps nothing of the stretch.
+        if (WaitWhilePaused()) {
+            stopped_ = true;
+            found_.clear();
+            return false;
         }
     }
-    NeAACDecClose(decoder);
-    return found;
+    size_t n = size_t(std::min<uint64_t>(kAttemptSize, length - cursor_));
+    ReadBlock(file_, offset_ + cursor_, n, scratch_.data());
+    // Near the end of the stretch the decoder sees zeros behind it.
+    if (n < kAttemptSize) std::fill(scratch_.begin() + std::ptrdiff_t(n), scratch_.end(), 0);
+    // Zero bytes never start a frame.
+    if (scratch_[0] == 0) {
+        ++cursor_;
+        return true;
+    }
+    auto decoder = static_cast<NeAACDecHandle>(decoder_);
+    NeAACDecFrameInfo info{};
+    void* decoded = NeAACDecDecode(decoder, &info, scratch_.data(), n);
+    if (info.error == kChannelConfigurationChange && SwapInFreshDecoder(decoder)) {
+        decoder_ = decoder;
+        info = NeAACDecFrameInfo{};
+        decoded = NeAACDecDecode(decoder, &info, scratch_.data(), n);
+    }
+    if (decoded && info.bytesconsumed > 0) {
+        found_.push_back(std::make_unique<CSample>(offset_ + cursor_, info.bytesconsumed, "AAC"));
+        cursor_ += info.bytesconsumed;
+    } else {
+        ++cursor_;
+    }
+    return true;
+}
+
+void AacStretchSearch::Advance(uint64_t knownEnd) {
+    if (!decoder_ || stopped_ || knownEnd < offset_ + kAttemptSize) return;
+    // An attempt that ends before knownEnd is a full one, wherever the stretch ends.
+    const uint64_t fullAttemptsBelow = knownEnd - offset_ - kAttemptSize + 1;
+    while (cursor_ < fullAttemptsBelow && TryAt(UINT64_MAX)) {
+    }
+}
+
+std::vector<std::unique_ptr<CSample>> AacStretchSearch::Finish(uint64_t length) {
+    if (decoder_ && !stopped_)
+        while (cursor_ < length && TryAt(length)) {
+        }
+    return std::move(found_);
+}
+
+std::vector<std::unique_ptr<CSample>> CollectAacRun(DamagedFile& file, uint64_t offset, uint64_t length,
+                                                    std::span<const uint8_t> decoderSpecificInfo) {
+    return AacStretchSearch(file, offset, decoderSpecificInfo).Finish(length);
 }
 
 }  // namespace tolmi

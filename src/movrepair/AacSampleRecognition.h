@@ -19,6 +19,41 @@ namespace tolmi {
 // cannot be read (a fault, the end of the file) read as zeros.
 void ReadBlock(DamagedFile& file, uint64_t offset, size_t count, uint8_t* buffer);
 
+// The search of one stretch, which can run ahead while the walk is still
+// looking for the run that ends the stretch: an attempt of a full 1024 bytes
+// is the same wherever the stretch ends, so attempts that end before the
+// walk's position can be made before the length is known. One decoder lives
+// through the whole stretch.
+class AacStretchSearch {
+public:
+    // decoderSpecificInfo: see CollectAacRun.
+    AacStretchSearch(DamagedFile& file, uint64_t offset, std::span<const uint8_t> decoderSpecificInfo);
+    ~AacStretchSearch();
+    AacStretchSearch(const AacStretchSearch&) = delete;
+    AacStretchSearch& operator=(const AacStretchSearch&) = delete;
+
+    // Makes the attempts that lie wholly before knownEnd; the stretch is
+    // known to reach at least that far.
+    void Advance(uint64_t knownEnd);
+    // The stretch is length bytes long: the remaining attempts, and the
+    // frames found.
+    std::vector<std::unique_ptr<CSample>> Finish(uint64_t length);
+
+private:
+    // One attempt at the cursor, in a stretch of length bytes. False when
+    // the job was stopped.
+    bool TryAt(uint64_t length);
+
+    DamagedFile& file_;
+    uint64_t offset_;
+    void* decoder_;  // FAAD2's handle; null when it could not be set up
+    std::vector<uint8_t> scratch_;
+    uint64_t cursor_ = 0;
+    uint32_t attempts_ = 0;
+    bool stopped_ = false;
+    std::vector<std::unique_ptr<CSample>> found_;
+};
+
 // The AAC frames found in [offset, offset + length), in order, each a
 // sample of type "AAC". decoderSpecificInfo is the AudioSpecificConfig of
 // the reference's audio track; only its first two bytes are used. Empty

@@ -93,6 +93,9 @@ private:
     ChunkEntryList video_, audio_;
     const DecoderSpecifiInfoWrapper* aacConfig_ = nullptr;
     bool aacConfigRead_ = false;
+    // The AAC search of the stretch behind the last run, made while the walk
+    // looks for the run that ends it, so that the progress moves with it.
+    std::unique_ptr<AacStretchSearch> pendingStretch_;
     // The search of the stretch in front of the first run found nothing. The
     // stretch and a fresh decoder are the same at every run, so is the result.
     bool frontStretchEmpty_ = false;
@@ -110,6 +113,8 @@ bool MediaDataScan::Run() {
             // Within one percentage step, straight to the next position that may start a chain.
             const uint64_t limit = std::min({fileSize, NextPercentStep(position, fileSize), position + kSkipBatch});
             position = NextCandidate(position, limit);
+            // No run starts in front of position, so the stretch reaches it.
+            if (pendingStretch_) pendingStretch_->Advance(position);
             if (position == limit) continue;
         }
         SampleRun run;
@@ -150,6 +155,10 @@ void MediaDataScan::AcceptVideoRun(SampleRun run, uint32_t frameCount) {
     video_.AddChunk(frameCount);
     for (const auto& sample : run) state_.videoSamples.push_back(sample.get());
     state_.sampleRuns.push_back(std::move(run));
+    if (!state_.straightforwardReading && Is(Session().audioCoderFormat, "MP4A_AUDIO_CODER_FORMAT")) {
+        const CSample& last = *state_.videoSamples.back();
+        pendingStretch_ = std::make_unique<AacStretchSearch>(state_.damagedFile, last.offset + last.size, AacConfig());
+    }
 }
 
 // The stretch between the last video run and the next is audio of the
@@ -191,7 +200,8 @@ void MediaDataScan::TakeAacGap(uint64_t lastEnd, uint64_t gap) {
             AppendAudioRun(std::move(front), true);
         }
     }
-    SampleRun found = CollectAacRun(file, lastEnd, gap, AacConfig());
+    SampleRun found = pendingStretch_ ? pendingStretch_->Finish(gap) : CollectAacRun(file, lastEnd, gap, AacConfig());
+    pendingStretch_.reset();
     if (!found.empty()) {
         audio_.AddChunk(uint32_t(found.size()));
         AppendAudioRun(std::move(found), false);
