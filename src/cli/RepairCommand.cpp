@@ -12,6 +12,7 @@
 #include "cli/ConsoleUi.h"
 #include "cli/JsonText.h"
 #include "cli/ResultCheck.h"
+#include "platform/Environment.h"
 #include "platform/File.h"
 #include "workflow/JobControl.h"
 #include "workflow/Language.h"
@@ -26,10 +27,24 @@ namespace {
 namespace fs = std::filesystem;
 
 std::atomic<int> interrupts{0};
+// The job outputs in "$tmp", named before the first signal can come: the
+// handler may unlink them but not build their names.
+std::string jobOutputs[2];
 
 void onInterrupt(int) {
+    RepairSession& s = Session();
+    const int earlier = interrupts.fetch_add(1);
+    // During the save Ctrl-C stops the move, which takes its partial target
+    // away; leaving at once could leave half a file at the user's place.
+    if (s.saving == 1) {
+        s.saveAllowed = 0;
+        return;
+    }
     // A second Ctrl-C leaves at once; the first asks the job to cancel.
-    if (interrupts.fetch_add(1) >= 1) _exit(kExitCancelled);
+    if (earlier >= 1) {
+        for (const std::string& path : jobOutputs) ::unlink(path.c_str());
+        _exit(kExitCancelled);
+    }
 }
 
 struct Options {
@@ -134,10 +149,11 @@ int SaveAndReport(ConsoleUi& ui, const Options& options, const std::string& targ
         return kExitUnrepairable;
     }
     if (!OutputIsWhole(movJob)) {
-        ui.sayError(LoadText("IDS_UNHEALTHY_1") + " (the repaired file could not be written whole; " +
-                    LoadText("IDS_ERROR10") + ")");
+        // Writes fail this way when the disk fills up.
+        ui.sayError(LoadText("IDS_ERROR9") + " " + LoadText("IDS_ERROR10") +
+                    " (the repaired file could not be written whole)");
         returnToIdle();
-        return kExitUnrepairable;
+        return kExitCannotOpen;
     }
     const std::vector<PropertyRow> rows = fillProperties();
     const SaveOutcome saved = saveResult(target, options.force);
@@ -152,6 +168,7 @@ int SaveAndReport(ConsoleUi& ui, const Options& options, const std::string& targ
             ui.sayError(target + " exists; give --force to replace it, or another --output.");
             return kExitUsage;
         case SaveOutcome::NoDiskSpace: return kExitCannotOpen;
+        case SaveOutcome::Cancelled: return kExitCancelled;
         default:
             ui.sayError("The repaired file could not be moved to " + target + ".");
             return kExitUnrepairable;
@@ -229,8 +246,10 @@ int RunRepairCommand(int argc, char** argv) {
         return kExitUsage;
     }
 
-    loadLanguage();
+    jobOutputs[0] = JoinPath(TemporaryDir(), "Repaired.mov");
+    jobOutputs[1] = JoinPath(TemporaryDir(), "Repaired.avi");
     std::signal(SIGINT, onInterrupt);
+    loadLanguage();
     ConsoleUi ui(options.quiet || options.json, ::isatty(STDOUT_FILENO) == 1);
     const int code = Repair(options, ui);
     Session().ui = nullptr;

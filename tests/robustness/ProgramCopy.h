@@ -36,6 +36,32 @@ private:
     std::string dir_;
 };
 
+// A run of the program that the test follows while it runs: it can wait for
+// a text in the output and send signals. The output goes to logPath.
+class RunningProgram {
+public:
+    RunningProgram(const ProgramCopy& program, const std::vector<std::string>& arguments, std::string logPath);
+    ~RunningProgram();
+    RunningProgram(const RunningProgram&) = delete;
+    RunningProgram& operator=(const RunningProgram&) = delete;
+
+    // True once text has appeared count times in the output; false when the
+    // process ended or the time ran out first.
+    bool waitFor(const std::string& text, double seconds, int count = 1);
+    void signal(int number) const;
+    // Waits for the end: the exit code, 128 + the signal's number when a
+    // signal ended it, or -1 when the time ran out (the process is killed).
+    int finish(double seconds);
+    std::string output() const;
+
+private:
+    int pid_ = -1;
+    std::string logPath_;
+};
+
+// Takes all but leave bytes of the free space of the file system that holds dir.
+bool FillDisk(const std::string& dir, uint64_t leave);
+
 // A hash of a file's length and content. Holes of a sparse file are passed
 // over, not read, so a 4 GiB file with little data costs little.
 std::string ContentHash(const std::string& path);
@@ -59,6 +85,14 @@ private:
 // an AVI (MPEG-4 part 2 and PCM, 4 s). Empty without ffmpeg.
 std::string SmallMp4();
 std::string SmallAvi();
+// Larger files for the jobs that must last a while: an MP4 with its movie,
+// of the recipe of SmallMp4() (so it serves as its reference too), and an
+// AVI, both of noisy pictures (several MB). Empty without ffmpeg.
+std::string NoisyMp4();
+std::string NoisyAvi();
+// NoisyMp4() without its movie, copies times over, written into dir as name.
+std::string NoisyMovieLessMp4(const std::string& dir, const std::string& name, int copies);
+
 // A recording of the MP4's recipe with its movie cut away, so that it needs
 // SmallMp4() as its reference; written into dir as name.
 std::string MovieLessMp4(const std::string& dir, const std::string& name);

@@ -1,0 +1,127 @@
+// A disk that is too small, or that fills up while the result is written.
+// The program's folder (and with it "$tmp") or the output folder lies on a
+// tmpfs of a size the test chooses; the tests skip where mounting is not
+// permitted. Whatever happens, the job ends with a clear message and leaves
+// no file that looks repaired.
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <optional>
+
+#include "ProgramCopy.h"
+#include "TestSupport.h"
+
+namespace tolmi {
+namespace {
+
+namespace fs = std::filesystem;
+using test::ShellQuote;
+
+constexpr uint64_t kMiB = 1 << 20;
+constexpr uint64_t kProgramReserve = 100 * kMiB;  // what the program keeps free on its own drive
+constexpr uint64_t kLeftFree = 64 * 1024;         // what a filled disk keeps
+constexpr double kTimeLimit = 60;
+
+class DiskFullTest : public ::testing::Test {
+protected:
+    // Mounts a tmpfs of the program's size plus extra and puts the program on it.
+    bool programOnDisk(uint64_t extra) {
+        const uint64_t programSize = fs::file_size(TOLMI_REPAIR_BINARY) + kMiB;
+        disk.emplace(work.file("disk"), std::to_string((programSize + extra) / 1024) + "k");
+        if (!disk->mounted()) return false;
+        program.emplace(work.file("disk"));
+        return true;
+    }
+    std::string text(const std::string& key) const { return program->text(key); }
+
+    test::TempDir work;
+    std::optional<test::TmpfsMount> disk;
+    std::optional<test::ProgramCopy> program;
+};
+
+#define REQUIRE_MOUNT(ok) \
+    if (!(ok)) GTEST_SKIP() << "mounting a tmpfs is not permitted here (needs root with CAP_SYS_ADMIN)"
+
+TEST_F(DiskFullTest, AProgramDriveWithLessThanItsReserveRefusesTheJobBeforeItStarts) {
+    const std::string healthy = test::SmallMp4();
+    if (healthy.empty()) GTEST_SKIP() << "ffmpeg is missing";
+    REQUIRE_MOUNT(programOnDisk(2 * kMiB));
+    const std::string output = work.file("out.mov");
+    test::ProgramRun r = program->run(ShellQuote(healthy) + " -o " + ShellQuote(output));
+    EXPECT_EQ(r.status, 4) << r.output;
+    EXPECT_NE(r.output.find(text("IDS_ERROR9")), std::string::npos) << r.output;
+    EXPECT_FALSE(fs::exists(output));
+    EXPECT_EQ(program->staleOutputs(), std::vector<std::string>{});
+}
+
+// Runs a job with the program on a disk that has room for the start check,
+// and fills the disk once the output is being written.
+void RunWhileTheDiskFills(const test::ProgramCopy& program, const std::string& diskDir,
+                          const std::vector<std::string>& arguments, const std::string& writingText,
+                          const std::string& log, test::ProgramRun& result) {
+    test::RunningProgram run(program, arguments, log);
+    const bool writing = run.waitFor(writingText, kTimeLimit);
+    run.signal(SIGSTOP);
+    const bool filled = test::FillDisk(diskDir, kLeftFree);
+    run.signal(SIGCONT);
+    result.status = run.finish(kTimeLimit);
+    result.output = run.output();
+    EXPECT_TRUE(writing) << "the job never reached \"" << writingText << "\":\n" << result.output;
+    EXPECT_TRUE(filled);
+}
+
+TEST_F(DiskFullTest, AMovRebuildOnADiskThatFillsUpEndsWithoutAResult) {
+    const std::string noisy = test::NoisyMp4();
+    if (noisy.empty()) GTEST_SKIP() << "ffmpeg is missing";
+    const uint64_t size = fs::file_size(noisy);
+    REQUIRE_MOUNT(programOnDisk(kProgramReserve + size + 4 * kMiB));
+    const std::string output = work.file("out.mov");
+    const std::string before = test::ContentHash(noisy);
+
+    test::ProgramRun r;
+    // The worker's first word comes after the start check and before any byte of the output.
+    RunWhileTheDiskFills(*program, work.file("disk"), {noisy, "-o", output}, "Analyzing video file...",
+                         work.file("mov.log"), r);
+    EXPECT_EQ(r.status, 4) << r.output;
+    EXPECT_NE(r.output.find(text("IDS_ERROR9")), std::string::npos) << r.output;
+    EXPECT_FALSE(fs::exists(output)) << "a file that looks repaired was saved";
+    EXPECT_EQ(program->staleOutputs(), std::vector<std::string>{});
+    EXPECT_EQ(test::ContentHash(noisy), before);
+}
+
+TEST_F(DiskFullTest, AnAviPassOnADiskThatFillsUpEndsWithoutAResult) {
+    const std::string noisy = test::NoisyAvi();
+    if (noisy.empty()) GTEST_SKIP() << "ffmpeg is missing";
+    const uint64_t size = fs::file_size(noisy);
+    REQUIRE_MOUNT(programOnDisk(kProgramReserve + size + 4 * kMiB));
+    const std::string output = work.file("out.avi");
+    const std::string before = test::ContentHash(noisy);
+
+    test::ProgramRun r;
+    // The first tenth of the pass is written; the rest finds the disk full.
+    RunWhileTheDiskFills(*program, work.file("disk"), {noisy, "-o", output}, " 10%", work.file("avi.log"), r);
+    EXPECT_EQ(r.status, 4) << r.output;
+    EXPECT_NE(r.output.find(text("IDS_ERROR9")), std::string::npos) << r.output;
+    EXPECT_FALSE(fs::exists(output)) << "a file that looks repaired was saved";
+    EXPECT_EQ(program->staleOutputs(), std::vector<std::string>{});
+    EXPECT_EQ(test::ContentHash(noisy), before);
+}
+
+TEST_F(DiskFullTest, AnOutputFolderWithoutRoomRefusesTheSaveAndKeepsNothing) {
+    const std::string noisy = test::NoisyMp4();
+    if (noisy.empty()) GTEST_SKIP() << "ffmpeg is missing";
+    test::TmpfsMount outputDisk(work.file("out"), "2m");
+    REQUIRE_MOUNT(outputDisk.mounted());
+    program.emplace(work.path());
+    const std::string output = work.file("out/clip.mov");
+    test::ProgramRun r = program->run(ShellQuote(noisy) + " -o " + ShellQuote(output));
+    EXPECT_EQ(r.status, 4) << r.output;
+    EXPECT_NE(r.output.find(text("IDS_ERROR9")), std::string::npos) << r.output;
+    EXPECT_FALSE(fs::exists(output));
+    EXPECT_EQ(program->staleOutputs(), std::vector<std::string>{}) << "the unsaved result stays in $tmp";
+}
+
+}  // namespace
+}  // namespace tolmi

@@ -1,0 +1,126 @@
+// Ctrl-C at random moments of a repair, many times over. The process always
+// ends cleanly and soon: cancelled (130) with nothing at the output place,
+// or, when the job had already finished, saved (0). No job output stays in
+// "$tmp". A second Ctrl-C leaves at once.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdio>
+#include <csignal>
+#include <filesystem>
+#include <random>
+#include <thread>
+
+#include "ProgramCopy.h"
+#include "TestSupport.h"
+
+namespace tolmi {
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+constexpr double kTimeLimit = 60;
+// The cancel holds the job half a second for the question's answer, and the
+// engines look at the stop at least once a second.
+constexpr double kCancelLimit = 5;
+constexpr int kRunsPerKind = 10;
+
+double SecondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
+
+class InterruptTest : public ::testing::Test {
+protected:
+    InterruptTest() : program(programDir.path()) {}
+
+    // Runs the job once to its end and returns how long it took.
+    double uninterruptedSeconds(const std::vector<std::string>& arguments, const std::string& output) {
+        const auto start = Clock::now();
+        test::RunningProgram run(program, withOutput(arguments, output), work.file("whole.log"));
+        const int status = run.finish(kTimeLimit);
+        const double seconds = SecondsSince(start);
+        EXPECT_EQ(status, 0) << run.output();
+        fs::remove(output);
+        return seconds;
+    }
+    static std::vector<std::string> withOutput(std::vector<std::string> arguments, const std::string& output) {
+        arguments.insert(arguments.end(), {"-o", output});
+        return arguments;
+    }
+
+    // Ctrl-C once at a random moment of each run; counts the cancelled runs.
+    int interruptAtRandom(const std::vector<std::string>& arguments, const std::string& startText, uint32_t seed) {
+        const std::string output = work.file("out");
+        const double length = uninterruptedSeconds(arguments, output);
+        std::mt19937 random(seed);
+        std::uniform_real_distribution<double> moment(0.0, length);
+        int cancelled = 0;
+        for (int i = 0; i < kRunsPerKind; ++i) {
+            const double delay = moment(random);
+            SCOPED_TRACE("run " + std::to_string(i) + ", Ctrl-C " + std::to_string(delay) + " s after the start");
+            test::RunningProgram run(program, withOutput(arguments, output), work.file("run.log"));
+            if (!run.waitFor(startText, kTimeLimit)) {
+                ADD_FAILURE() << "the job never started\n" << run.output();
+                break;
+            }
+            std::this_thread::sleep_for(std::chrono::duration<double>(delay));
+            const auto sent = Clock::now();
+            run.signal(SIGINT);
+            const int status = run.finish(kTimeLimit);
+            EXPECT_LT(SecondsSince(sent), kCancelLimit);
+            EXPECT_TRUE(status == 130 || status == 0) << "status " << status << "\n" << run.output();
+            if (status == 130) {
+                ++cancelled;
+                EXPECT_FALSE(fs::exists(output)) << "partial output left\n" << run.output();
+                EXPECT_NE(run.output().find(program.text("IDS_REPAIR_ABORTED")), std::string::npos) << run.output();
+            } else {
+                EXPECT_TRUE(fs::exists(output)) << run.output();
+            }
+            EXPECT_EQ(program.staleOutputs(), std::vector<std::string>{}) << run.output();
+            fs::remove(output);
+        }
+        std::printf("[   INFO   ] %d of %d runs cancelled, the others had finished (a whole run: %.2f s)\n",
+                    cancelled, kRunsPerKind, length);
+        return cancelled;
+    }
+
+    test::TempDir programDir, work;
+    test::ProgramCopy program;
+};
+
+TEST_F(InterruptTest, AMovRepairCancelledAtRandomMomentsEndsCleanly) {
+    const std::string reference = test::NoisyMp4();
+    if (reference.empty()) GTEST_SKIP() << "ffmpeg is missing";
+    const std::string damaged = test::NoisyMovieLessMp4(work.path(), "long.mp4", 6);
+    const int cancelled = interruptAtRandom({damaged, "-r", reference}, "Please wait", 20261123);
+    EXPECT_GT(cancelled, 0) << "no Ctrl-C came while the job ran";
+}
+
+TEST_F(InterruptTest, AnAviRepairCancelledAtRandomMomentsEndsCleanly) {
+    const std::string damaged = test::NoisyAvi();
+    if (damaged.empty()) GTEST_SKIP() << "ffmpeg is missing";
+    const int cancelled = interruptAtRandom({damaged}, "Please wait", 1123);
+    EXPECT_GT(cancelled, 0) << "no Ctrl-C came while the job ran";
+}
+
+TEST_F(InterruptTest, ASecondCtrlCLeavesAtOnce) {
+    const std::string reference = test::NoisyMp4();
+    if (reference.empty()) GTEST_SKIP() << "ffmpeg is missing";
+    const std::string damaged = test::NoisyMovieLessMp4(work.path(), "long.mp4", 6);
+    const std::string output = work.file("out.mov");
+    test::RunningProgram run(program, {damaged, "-r", reference, "-o", output}, work.file("twice.log"));
+    // The second pass, against the reference, has started writing its scan.
+    ASSERT_TRUE(run.waitFor("Analyzing video file...", kTimeLimit, 2)) << run.output();
+    run.signal(SIGINT);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    const auto second = Clock::now();
+    run.signal(SIGINT);
+    EXPECT_EQ(run.finish(kTimeLimit), 130) << run.output();
+    // The first Ctrl-C alone would hold the job half a second for its question.
+    EXPECT_LT(SecondsSince(second), 0.4);
+    EXPECT_FALSE(fs::exists(output));
+    EXPECT_EQ(program.staleOutputs(), std::vector<std::string>{});
+}
+
+}  // namespace
+}  // namespace tolmi
