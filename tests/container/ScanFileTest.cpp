@@ -182,6 +182,21 @@ TEST_F(ScanFileTest, WithoutMdatTheTenthPassJumpsPastTheRest) {
     EXPECT_NE(Scan(bytes).movie, nullptr);
 }
 
+TEST_F(ScanFileTest, TheJumpOfPassTenWrapsInThirtyTwoBits) {
+    // 55,169,459 bytes: 434,406 passes; the jump goes to pass 390,960 and to
+    // 66044 x 390960 = 25,820,562,240, which in 32 bits is 50,758,464.
+    const uint64_t fileSize = 55169459, landing = 50758464;
+    const Bytes movie = SmallMovie(11);
+    {
+        File out(path_, FileAccess::ReadWrite, FileCreation::CreateAlways);
+        ASSERT_TRUE(out.writeAt(landing, movie.data(), movie.size()));
+        ASSERT_TRUE(out.truncate(fileSize));
+    }
+    GFile& file = ScanPath(path_);
+    ASSERT_NE(file.movie, nullptr);
+    EXPECT_EQ(SampleCount(), 11u);
+}
+
 TEST_F(ScanFileTest, MdatWithWideSizeOfZeroDoesNotHoldTheScan) {
     const Bytes stuck = Join({U32(1), Text("mdat"), U64(0)});
     GFile& file = Scan(Join({Ftyp(), stuck, SmallMovie(5)}));
