@@ -62,8 +62,10 @@ const char* kExitCodesHelp =
     "  1    the file cannot be repaired\n"
     "  2    usage error, or the output file exists (give --force to replace it)\n"
     "  3    a healthy reference file is needed (give one with --reference)\n"
-    "  4    the file cannot be opened, or there is not enough disk space\n"
-    "  130  cancelled with Ctrl-C\n";
+    "  4    the file cannot be opened, or there is not enough disk space (before or while\n"
+    "       the result is written)\n"
+    "  130  cancelled with Ctrl-C; a second Ctrl-C quits at once, and Ctrl-C during the save\n"
+    "       stops it. No partial result is left at the output place.\n";
 
 std::string AbsolutePath(const std::string& path) {
     std::error_code error;
