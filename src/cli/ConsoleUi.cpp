@@ -66,10 +66,19 @@ void ConsoleUi::askForReference() {
 void ConsoleUi::startElapsedTimer() { startJobClock(); }
 
 void ConsoleUi::goHome() {
-    returnToIdle();
     std::lock_guard guard(lock_);
+    homePending_ = true;
     endLine();
     if (outcome_ == JobOutcome::Running) outcome_ = JobOutcome::Failed;
+}
+
+void ConsoleUi::endPass() {
+    {
+        std::lock_guard guard(lock_);
+        if (!homePending_) return;
+        homePending_ = false;
+    }
+    returnToIdle();
 }
 
 void ConsoleUi::showResult() {

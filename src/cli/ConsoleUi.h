@@ -36,6 +36,10 @@ public:
 
     JobOutcome outcome() const;
     void beginPass();
+    // Carries out a return to idle that was asked for during the pass; on
+    // the main thread once the worker has left, so that the two threads
+    // never clear the job's paths and files at once.
+    void endPass();
     // The text key of the last failure message shown.
     std::string lastMessageKey() const;
 
@@ -53,6 +57,7 @@ private:
     int percent_ = -1;
     int printedPercent_ = -1;
     bool lineOpen_ = false;
+    bool homePending_ = false;
 };
 
 }  // namespace tolmi

@@ -98,6 +98,7 @@ void runPass(ConsoleUi& ui) {
         std::this_thread::sleep_for(50ms);
     }
     waitForWorker();
+    ui.endPass();
 }
 
 // The engine's word is checked against the file itself before the job is
