@@ -30,6 +30,8 @@ void AviPass::Finish() {
     RepairSession& s = Session();
     File& output = s.aviOutputFile;
     File& index = s.aviIndexFile;
+    FlushOutput();
+    FlushIndex();
 
     RemoveSuperIndexes();
     const uint32_t entrySize = 16 * (s.aviVideoChunks + s.aviAudioChunks);

@@ -170,13 +170,12 @@ void AviPass::KeepChunk(uint64_t headerIndex, uint32_t declaredSize) {
     } else {
         ++Session().aviVideoChunks;
     }
-    std::vector<uint8_t> entry;
-    ByteWriter writer(entry);
+    ByteWriter writer(pendingIndex_);
     writer.u32le(AviWordAt(w, headerIndex));
     writer.u32le(0x10);  // AVIIF_KEYFRAME, for every chunk
     writer.u32le(indexOffset_);
     writer.u32le(declaredSize);
-    Session().aviIndexFile.write(entry.data(), entry.size());
+    if (pendingIndex_.size() >= kIndexWriteSize) FlushIndex();
 
     const auto step = uint32_t(PaddedSize(declaredSize) + 8);
     indexOffset_ += step;

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 #include <filesystem>
+#include <utility>
 
 #include "avirepair/AviChunkRules.h"
 #include "platform/ByteWriter.h"
@@ -35,7 +36,10 @@ void CloseFiles() {
 
 }  // namespace
 
-AviPass::AviPass() : window_(kAviWindowSize, 0) {}
+AviPass::AviPass(std::unique_ptr<AviWindowSource> source) : source_(std::move(source)) {
+    pendingOutput_.reserve(kOutputWriteSize);
+    pendingIndex_.reserve(kIndexWriteSize);
+}
 
 int AviPass::Run() {
     if (!Prepare()) {
@@ -110,9 +114,12 @@ void AviPass::RemoveFiles() {
 
 void AviPass::Reload(uint64_t position) {
     windowStart_ = position;
-    // What the read leaves of the window near the end of the file is zero.
-    const size_t got = Session().aviInputFile.readAt(position, window_.data(), window_.size()).value_or(0);
-    std::fill(window_.begin() + long(got), window_.end(), 0);
+    window_ = source_->Window(Session().aviInputFile, position);
+}
+
+std::span<uint8_t> AviPass::windowToMend() {
+    source_->Discard();
+    return window_;
 }
 
 void AviPass::MakeRoom(uint64_t count) {
@@ -141,12 +148,30 @@ void AviPass::Emit(std::span<const uint8_t> bytes) {
     // sparse input) become holes of the output; it grows only at its end.
     File& output = Session().aviOutputFile;
     if (bytes.size() >= kAviWindowSize && AllZero(bytes)) {
+        FlushOutput();
         const uint64_t end = output.tell() + bytes.size();
         output.truncate(end);
         output.seek(end);
         return;
     }
-    output.write(bytes.data(), bytes.size());
+    if (pendingOutput_.size() + bytes.size() > kOutputWriteSize) FlushOutput();
+    if (bytes.size() >= kOutputWriteSize) {
+        output.write(bytes.data(), bytes.size());
+        return;
+    }
+    pendingOutput_.insert(pendingOutput_.end(), bytes.begin(), bytes.end());
+}
+
+void AviPass::FlushOutput() {
+    if (pendingOutput_.empty()) return;
+    Session().aviOutputFile.write(pendingOutput_.data(), pendingOutput_.size());
+    pendingOutput_.clear();
+}
+
+void AviPass::FlushIndex() {
+    if (pendingIndex_.empty()) return;
+    Session().aviIndexFile.write(pendingIndex_.data(), pendingIndex_.size());
+    pendingIndex_.clear();
 }
 
 void AviPass::EmitTag(const char (&tag)[5]) {
@@ -156,6 +181,7 @@ void AviPass::EmitTag(const char (&tag)[5]) {
 }
 
 void AviPass::PatchOutput(uint64_t position, uint32_t value) {
+    FlushOutput();
     std::array<uint8_t, 4> bytes{};
     StoreU32le(bytes.data(), value);
     Session().aviOutputFile.writeAt(position, bytes.data(), bytes.size());
@@ -280,7 +306,7 @@ bool AviPass::OnList() {
         hdrlDone_ = true;
         MakeRoom(kHdrlHeadSize);
         const AvihFigures figures =
-            MendHdrlHead(window().subspan(windowIndex()).first<kHdrlHeadSize>());
+            MendHdrlHead(windowToMend().subspan(windowIndex()).first<kHdrlHeadSize>());
         Session().aviMicroSecPerFrame = figures.microSecPerFrame;
         aviWidth_ = figures.width;
         aviHeight_ = figures.height;
@@ -302,7 +328,7 @@ bool AviPass::OnList() {
 
 bool AviPass::OnStreamList() {
     MakeRoom(kStrlFixedSize);
-    const std::span<uint8_t> w = window();
+    const std::span<uint8_t> w = windowToMend();
     const size_t i = size_t(windowIndex());
     ++streamCount_;
     const uint32_t type = AviWordAt(w, i + 0x14);

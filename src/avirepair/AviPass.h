@@ -6,23 +6,29 @@
 // end it appends the index and writes every size and count anew.
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "avirepair/AviHeaders.h"
+#include "avirepair/AviWindowSource.h"
 #include "platform/File.h"
 
 namespace tolmi {
 
 class AviPass {
 public:
-    AviPass();
+    // The window comes from source; by default from blocks read ahead.
+    explicit AviPass(std::unique_ptr<AviWindowSource> source = std::make_unique<AviReadAhead>());
     // 1 when the pass ran to its end or was cancelled, 0 when it failed; on
     // failure and on cancel all files of the pass are gone.
     int Run();
 
 private:
+    // Sizes of the writes to the output and to the index file.
+    static constexpr size_t kOutputWriteSize = size_t(1) << 20, kIndexWriteSize = size_t(64) << 10;
+
     // Preparation and the end of a pass.
     bool Prepare();
     void RemoveFiles();
@@ -32,7 +38,10 @@ private:
 
     // The window over the input.
     uint64_t windowIndex() const { return scanPos_ - windowStart_; }
-    std::span<uint8_t> window() { return window_; }
+    std::span<const uint8_t> window() const { return window_; }
+    // The window for mending bytes in place before they are copied; the
+    // next reload shows the input's own bytes again.
+    std::span<uint8_t> windowToMend();
     void Reload(uint64_t position);
     // Reloads the window at scanPos when fewer than count bytes stand there.
     void MakeRoom(uint64_t count);
@@ -40,8 +49,11 @@ private:
     uint32_t InputWordAt(uint64_t position) const;
     void UpdatePercent();
 
-    // Output.
+    // Output. What the pass emits gathers in memory and reaches the file in
+    // large writes; everything that looks at the file flushes first.
     void Emit(std::span<const uint8_t> bytes);
+    void FlushOutput();
+    void FlushIndex();
     void EmitTag(const char (&tag)[5]);
     void PatchOutput(uint64_t position, uint32_t value);
     // Copies length input bytes from scanPos, the window's first, then
@@ -79,7 +91,9 @@ private:
     bool NoChunkKept() const;
 
     std::string inputPath_, outputPath_, indexPath_, imagePath_;
-    std::vector<uint8_t> window_;
+    std::unique_ptr<AviWindowSource> source_;
+    std::span<uint8_t> window_;
+    std::vector<uint8_t> pendingOutput_, pendingIndex_;
 
     uint64_t scanPos_ = 0;
     uint64_t windowStart_ = 0;

@@ -8,33 +8,13 @@
 #include <algorithm>
 #include <map>
 #include <set>
-#include <random>
 
+#include "AviDamagedClips.h"
 #include "AviRepairHarness.h"
 #include "workflow/RepairSession.h"
 
 namespace tolmi::test {
 namespace {
-
-struct Clip {
-    const char* name;
-    const char* encode;  // ffmpeg arguments behind the two lavfi inputs
-};
-
-const Clip kClips[] = {
-    {"avi-mpeg4-pcm.avi", "-c:v mpeg4 -q:v 4 -g 25 -c:a pcm_s16le"},
-    {"avi-mjpeg-pcm.avi", "-c:v mjpeg -q:v 6 -pix_fmt yuvj420p -c:a pcm_s16le"},
-    {"avi-xvid-mp3.avi", "-c:v mpeg4 -vtag XVID -q:v 4 -g 25 -c:a libmp3lame -b:a 64k"},
-};
-
-std::string MakeClip(const Clip& clip) {
-    return MakeFixture(clip.name,
-                       "-f lavfi -i testsrc=size=320x240:rate=25:duration=4 "
-                       "-f lavfi -i sine=frequency=440:sample_rate=22050:duration=4 -ac 1 " +
-                           std::string(clip.encode));
-}
-
-enum class Damage { Intact, CutAtEnd, GarbageInMovi, HeaderZeroed, HeadGone };
 
 struct Case {
     Clip clip;
@@ -42,52 +22,15 @@ struct Case {
 };
 
 std::string CaseText(const Case& c) {
-    static const char* const kDamage[] = {"Intact", "CutAtEnd", "GarbageInMovi", "HeaderZeroed", "HeadGone"};
     std::string name = std::string(c.clip.name).substr(4);
     name = name.substr(0, name.find('.'));
     name.erase(std::remove(name.begin(), name.end(), '-'), name.end());
-    return name + "_" + kDamage[int(c.damage)];
+    return name + "_" + DamageName(c.damage);
 }
 
 std::string CaseName(const ::testing::TestParamInfo<Case>& info) { return CaseText(info.param); }
 
 void PrintTo(const Case& c, std::ostream* os) { *os << CaseText(c); }
-
-// The damaged stretch in the source's offsets: [begin, end).
-struct Stretch {
-    uint64_t begin = 0, end = 0;
-};
-
-// Damages source as told; returns the damaged bytes and the stretch lost.
-std::pair<std::vector<uint8_t>, Stretch> Damaged(const std::vector<uint8_t>& source, Damage damage) {
-    std::vector<uint8_t> bytes = source;
-    const size_t movi = FindText(source, "movi");
-    const size_t idx1 = FindText(source, "idx1", movi);
-    switch (damage) {
-        case Damage::Intact:
-            return {bytes, {}};
-        case Damage::CutAtEnd: {
-            const size_t cut = movi + (idx1 - movi) * 7 / 10;
-            bytes.resize(cut);
-            return {bytes, {cut, UINT64_MAX}};
-        }
-        case Damage::GarbageInMovi: {
-            const size_t at = movi + (idx1 - movi) / 2;
-            std::mt19937 random(6);
-            for (size_t i = at; i < at + 4096; ++i) bytes[i] = uint8_t(random());
-            return {bytes, {at, at + 4096}};
-        }
-        case Damage::HeaderZeroed:
-            // The hdrl list's own type and its whole avih chunk.
-            std::fill(bytes.begin() + 20, bytes.begin() + 88, 0);
-            return {bytes, {}};
-        case Damage::HeadGone:
-            // RIFF, hdrl and avih gone; the first stream list starts at 88.
-            bytes.erase(bytes.begin(), bytes.begin() + 80);
-            return {bytes, {}};
-    }
-    return {bytes, {}};
-}
 
 // A packet's chunk, header and padding included, in the source's offsets.
 bool Overlaps(const ProbePacket& p, const Stretch& s) {
@@ -190,10 +133,8 @@ TEST_P(AviEndToEnd, RepairedFilePlaysAndKeepsEverySurvivingChunk) {
 
 std::vector<Case> AllCases() {
     std::vector<Case> cases;
-    for (const Clip& clip : kClips)
-        for (Damage d : {Damage::Intact, Damage::CutAtEnd, Damage::GarbageInMovi, Damage::HeaderZeroed,
-                         Damage::HeadGone})
-            cases.push_back({clip, d});
+    for (const Clip& clip : AviClips())
+        for (Damage d : kAllDamages) cases.push_back({clip, d});
     return cases;
 }
 
@@ -201,7 +142,7 @@ INSTANTIATE_TEST_SUITE_P(Clips, AviEndToEnd, ::testing::ValuesIn(AllCases()), Ca
 
 TEST_F(AviRepairTest, IntactClipKeepsItsChunksInOrder) {
     if (!HaveFfmpeg()) GTEST_SKIP() << "ffmpeg is not installed";
-    const std::string sourcePath = MakeClip(kClips[0]);
+    const std::string sourcePath = MakeClip(AviClips()[0]);
     ASSERT_FALSE(sourcePath.empty());
     const AviOutcome out = RepairFile(sourcePath);
     ASSERT_TRUE(out.avi.wellFormed) << out.avi.error;
@@ -220,7 +161,7 @@ TEST_F(AviRepairTest, IntactClipKeepsItsChunksInOrder) {
 
 TEST_F(AviRepairTest, ClipWhoseVideoStreamListIsGoneCannotBeRepaired) {
     if (!HaveFfmpeg()) GTEST_SKIP() << "ffmpeg is not installed";
-    const std::string sourcePath = MakeClip(kClips[0]);
+    const std::string sourcePath = MakeClip(AviClips()[0]);
     ASSERT_FALSE(sourcePath.empty());
     std::vector<uint8_t> bytes = ReadAll(sourcePath);
     // 300 bytes reach into the video stream list: the audio list comes first.
