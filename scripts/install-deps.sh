@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what building and testing need on Debian 12, where it is missing.
 set -euo pipefail
-packages=(build-essential cmake pkg-config libgtest-dev libcli11-dev libfaad-dev ffmpeg clang libclang-rt-14-dev)
+packages=(build-essential cmake pkg-config libgtest-dev libcli11-dev libfaad-dev ffmpeg clang libclang-rt-14-dev time)
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing+=("$package")
