@@ -184,6 +184,13 @@ int Repair(const Options& options, ConsoleUi& ui) {
     const bool movJob = Session().isMovJob == 1;
     const std::string target = AbsolutePath(options.output.empty() ? DefaultOutput(options.damaged, movJob)
                                                                    : options.output);
+    // Not even --force may put the result in the place of a file the job reads.
+    for (const std::string& input : {options.damaged, options.reference}) {
+        if (!input.empty() && IsSameFile(target, input)) {
+            ui.sayError(target + " is a file this repair reads; the result must go to another place.");
+            return kExitUsage;
+        }
+    }
     if (FileExists(target) && !options.force) {
         ui.sayError(target + " exists; give --force to replace it, or another --output.");
         return kExitUsage;

@@ -309,6 +309,20 @@ TEST_F(BadInputTest, AnExistingOutputIsKeptWithoutForceAndReplacedWithIt) {
     EXPECT_GT(fs::file_size(output), 4u) << "the result took the place";
 }
 
+TEST_F(BadInputTest, AnOutputThatIsAnInputIsRefusedEvenWithForce) {
+    const std::string damaged = test::MovieLessMp4(work.path(), "damaged.mp4");
+    REQUIRE_FIXTURE(damaged);
+    const std::string reference = work.file("reference.mp4");
+    fs::copy_file(test::SmallMp4(), reference);
+    for (const std::string& output : {damaged, reference}) {
+        test::ProgramRun r = repair({{damaged, reference},
+                                     ShellQuote(damaged) + " -r " + ShellQuote(reference) + " -f -o " + ShellQuote(output),
+                                     output});
+        EXPECT_EQ(r.status, 2) << r.output;
+        EXPECT_NE(r.output.find("is a file this repair reads"), std::string::npos) << r.output;
+    }
+}
+
 // A job that fails after one that was saved finds nothing of the first in
 // "$tmp", and a saved result is the job's own.
 TEST_F(BadInputTest, AFailedJobAfterASavedOneLeavesNothingOfEither) {
