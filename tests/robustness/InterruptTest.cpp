@@ -33,10 +33,12 @@ class InterruptTest : public ::testing::Test {
 protected:
     InterruptTest() : program(programDir.path()) {}
 
-    // Runs the job once to its end and returns how long it took.
-    double uninterruptedSeconds(const std::vector<std::string>& arguments, const std::string& output) {
-        const auto start = Clock::now();
+    // Runs the job once to its end and returns how long it took from startText on.
+    double uninterruptedSeconds(const std::vector<std::string>& arguments, const std::string& output,
+                                const std::string& startText) {
         test::RunningProgram run(program, withOutput(arguments, output), work.file("whole.log"));
+        EXPECT_TRUE(run.waitFor(startText, kTimeLimit)) << run.output();
+        const auto start = Clock::now();
         const int status = run.finish(kTimeLimit);
         const double seconds = SecondsSince(start);
         EXPECT_EQ(status, 0) << run.output();
@@ -51,7 +53,7 @@ protected:
     // Ctrl-C once at a random moment of each run; counts the cancelled runs.
     int interruptAtRandom(const std::vector<std::string>& arguments, const std::string& startText, uint32_t seed) {
         const std::string output = work.file("out");
-        const double length = uninterruptedSeconds(arguments, output);
+        const double length = uninterruptedSeconds(arguments, output, startText);
         std::mt19937 random(seed);
         std::uniform_real_distribution<double> moment(0.0, length);
         int cancelled = 0;
