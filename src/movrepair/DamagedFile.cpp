@@ -7,6 +7,10 @@ namespace tolmi {
 namespace {
 
 constexpr size_t kCacheSize = size_t(1) << 20;
+// A chain jumps from unit to unit and needs a few bytes at each, so a miss
+// reads no more than this unless more was asked for; the walk asks for large
+// views, and reads of this size or more go straight to the file.
+constexpr size_t kSmallRead = 4096;
 
 }  // namespace
 
@@ -29,10 +33,10 @@ void DamagedFile::close() {
 
 size_t DamagedFile::largestView() { return kCacheSize / 2; }
 
-bool DamagedFile::fill(uint64_t position) {
-    cache_.resize(kCacheSize);
+bool DamagedFile::fill(uint64_t position, size_t count) {
+    if (cache_.size() < kCacheSize) cache_.resize(kCacheSize);
     cacheStart_ = position;
-    cacheLength_ = file_.readAt(position, cache_.data(), cache_.size()).value_or(0);
+    cacheLength_ = file_.readAt(position, cache_.data(), std::max(count, kSmallRead)).value_or(0);
     return cacheLength_ > 0;
 }
 
@@ -43,15 +47,15 @@ std::span<const uint8_t> DamagedFile::view(uint64_t position, size_t count) {
         return {cache_.data(), file_.readAt(position, cache_.data(), count).value_or(0)};
     }
     bool cached = position >= cacheStart_ && position - cacheStart_ + count <= cacheLength_;
-    if (!cached && !fill(position)) return {};
+    if (!cached && !fill(position, count)) return {};
     const size_t offset = size_t(position - cacheStart_);
     return {cache_.data() + offset, std::min(count, cacheLength_ - offset)};
 }
 
 size_t DamagedFile::read(uint64_t position, uint8_t* buffer, size_t count) {
     if (!file_.isOpen() || count == 0) return 0;
-    // Large requests (sample copies) bypass the cache.
-    if (positionedReads_ || count > largestView()) return file_.readAt(position, buffer, count).value_or(0);
+    // Larger requests (sample copies) bypass the cache.
+    if (positionedReads_ || count >= kSmallRead) return file_.readAt(position, buffer, count).value_or(0);
     std::span<const uint8_t> bytes = view(position, count);
     if (!bytes.empty()) std::memcpy(buffer, bytes.data(), bytes.size());
     return bytes.size();

@@ -38,7 +38,7 @@ public:
     static size_t largestView();
 
 private:
-    bool fill(uint64_t position);
+    bool fill(uint64_t position, size_t count);
 
     File file_;
     uint64_t size_ = 0;
