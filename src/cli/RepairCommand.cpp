@@ -64,8 +64,8 @@ const char* kExitCodesHelp =
     "  3    a healthy reference file is needed (give one with --reference)\n"
     "  4    the file cannot be opened, or there is not enough disk space (before or while\n"
     "       the result is written)\n"
-    "  130  cancelled with Ctrl-C; a second Ctrl-C quits at once, and Ctrl-C during the save\n"
-    "       stops it. No partial result is left at the output place.\n";
+    "  130  cancelled with Ctrl-C (or SIGTERM); a second Ctrl-C quits at once, and Ctrl-C\n"
+    "       during the save stops it. No partial result is left at the output place.\n";
 
 std::string AbsolutePath(const std::string& path) {
     std::error_code error;
@@ -258,7 +258,10 @@ int RunRepairCommand(int argc, char** argv) {
 
     jobOutputs[0] = JoinPath(TemporaryDir(), "Repaired.mov");
     jobOutputs[1] = JoinPath(TemporaryDir(), "Repaired.avi");
+    // A termination signal (a service manager, timeout) ends the job as Ctrl-C does,
+    // so that no partial result is left behind either.
     std::signal(SIGINT, onInterrupt);
+    std::signal(SIGTERM, onInterrupt);
     loadLanguage();
     ConsoleUi ui(options.quiet || options.json, ::isatty(STDOUT_FILENO) == 1);
     const int code = Repair(options, ui);

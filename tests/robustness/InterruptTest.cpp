@@ -105,6 +105,21 @@ TEST_F(InterruptTest, AnAviRepairCancelledAtRandomMomentsEndsCleanly) {
     EXPECT_GT(cancelled, 0) << "no Ctrl-C came while the job ran";
 }
 
+TEST_F(InterruptTest, ATerminationSignalCancelsAsCtrlCDoes) {
+    const std::string reference = test::NoisyMp4();
+    if (reference.empty()) GTEST_SKIP() << "ffmpeg is missing";
+    const std::string damaged = test::NoisyMovieLessMp4(work.path(), "long.mp4", 6);
+    const std::string output = work.file("out.mov");
+    test::RunningProgram run(program, {damaged, "-r", reference, "-o", output}, work.file("term.log"));
+    // The scan against the reference has begun; the job has most of its way before it.
+    ASSERT_TRUE(run.waitFor("Analyzing video file...", kTimeLimit, 2)) << run.output();
+    run.signal(SIGTERM);
+    EXPECT_EQ(run.finish(kTimeLimit), 130) << run.output();
+    EXPECT_NE(run.output().find(program.text("IDS_REPAIR_ABORTED")), std::string::npos) << run.output();
+    EXPECT_FALSE(fs::exists(output));
+    EXPECT_EQ(program.staleOutputs(), std::vector<std::string>{});
+}
+
 TEST_F(InterruptTest, ASecondCtrlCLeavesAtOnce) {
     const std::string reference = test::NoisyMp4();
     if (reference.empty()) GTEST_SKIP() << "ffmpeg is missing";
