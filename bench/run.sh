@@ -65,9 +65,10 @@ splice_garbage() {  # splice_garbage SOURCE OUTPUT: 16 MiB of random bytes in th
   mv "$out.part" "$out"
 }
 
-h264=(-c:v libx264 -preset ultrafast -b:v 11M -maxrate 11M -bufsize 22M -pix_fmt yuv420p -c:a aac -b:a 128k)
+# Cameras write each track in chunks of about half a second.
+h264=(-c:v libx264 -preset ultrafast -b:v 11M -maxrate 11M -bufsize 22M -pix_fmt yuv420p -c:a aac -b:a 128k -chunk_duration 500000)
 h265=(-c:v libx265 -preset ultrafast -b:v 11M -pix_fmt yuv420p -x265-params log-level=error -tag:v hvc1
-  -c:a aac -b:a 128k)
+  -c:a aac -b:a 128k -chunk_duration 500000)
 avi=(-c:v mpeg4 -b:v 12M -maxrate 12M -bufsize 24M -g 30 -c:a pcm_s16le)
 
 make_inputs() {
