@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <random>
@@ -346,6 +347,39 @@ TEST_F(ScanAndWrite, APausedWriterWaitsAndThenFinishes) {
     Bytes out = test::ReadAll(output);
     ASSERT_GT(out.size(), 16 + content.size() + 8);
     EXPECT_EQ(LoadU32be(&out[16 + content.size() + 4]), FourCC("moov"));
+}
+
+TEST_F(ScanAndWrite, TheProgressMovesThroughALongStretchOfGarbageAndAStopEndsItAtOnce) {
+    // Every byte of the stretch is an attempt of the AAC search: seconds of work.
+    Bytes content = Pictures(3, 4);
+    std::mt19937 random(3);
+    for (int i = 0; i < 4 * 1024 * 1024; ++i) content.push_back(uint8_t(random() | 1));
+    Append(content, Pictures(3, 7));
+    damaged_ = dir_.file("damaged.mp4");
+    test::WriteAll(damaged_, content);
+    auto engine = test::PrepareMovJob(damaged_, reference_, dir_.path(), &ui_);
+    ASSERT_TRUE(engine);
+    ASSERT_EQ(Session().audioCoderFormat, "MP4A_AUDIO_CODER_FORMAT");
+
+    std::atomic<bool> done{false};
+    std::thread scan([&] {
+        engine->ScanMediaData();
+        done = true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(400));
+    const int32_t early = Session().percent;
+    std::this_thread::sleep_for(std::chrono::milliseconds(400));
+    const int32_t later = Session().percent;
+    const bool finishedEarly = done;
+    Session().stopRequested = 1;
+    const auto stopped = std::chrono::steady_clock::now();
+    scan.join();
+    const auto took = std::chrono::steady_clock::now() - stopped;
+
+    ASSERT_FALSE(finishedEarly) << "the stretch was too short to test";
+    EXPECT_GT(later, early);
+    EXPECT_LT(took, std::chrono::seconds(1));
+    EXPECT_EQ(MovState().videoRequest, nullptr);
 }
 
 TEST_F(ScanAndWrite, OtherVideoFormatsAreLeftAlone) {
