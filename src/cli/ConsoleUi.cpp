@@ -61,6 +61,7 @@ void ConsoleUi::askForReference() {
     std::lock_guard guard(lock_);
     endLine();
     outcome_ = JobOutcome::NeedsReference;
+    changed_.notify_all();
 }
 
 void ConsoleUi::startElapsedTimer() { startJobClock(); }
@@ -70,6 +71,12 @@ void ConsoleUi::goHome() {
     homePending_ = true;
     endLine();
     if (outcome_ == JobOutcome::Running) outcome_ = JobOutcome::Failed;
+    changed_.notify_all();
+}
+
+void ConsoleUi::waitWhileRunning(std::chrono::milliseconds timeout) {
+    std::unique_lock guard(lock_);
+    changed_.wait_for(guard, timeout, [this] { return outcome_ != JobOutcome::Running || Session().repairing == 0; });
 }
 
 void ConsoleUi::endPass() {
@@ -88,6 +95,7 @@ void ConsoleUi::showResult() {
     drawLine();
     endLine();
     outcome_ = JobOutcome::Finished;
+    changed_.notify_all();
 }
 
 void ConsoleUi::setProgress(int percent) {

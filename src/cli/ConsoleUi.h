@@ -4,6 +4,8 @@
 // how the job ended so that the command can choose its exit code.
 
 #include <cstdio>
+#include <chrono>
+#include <condition_variable>
 #include <mutex>
 #include <string>
 
@@ -30,6 +32,8 @@ public:
 
     // Redraws the progress line with the clock's texts; from the main loop.
     void tick();
+    // Returns when the worker has ended its pass, or after timeout.
+    void waitWhileRunning(std::chrono::milliseconds timeout);
     // Prints a line of the command's own (not a dialog).
     void say(const std::string& line);
     void sayError(const std::string& line);
@@ -50,6 +54,7 @@ private:
     bool quiet_;
     bool interactive_;
     mutable std::mutex lock_;
+    std::condition_variable changed_;  // the worker reached the end of its pass
     JobOutcome outcome_ = JobOutcome::Running;
     std::string status_;
     std::string printedStatus_;

@@ -95,7 +95,7 @@ void runPass(ConsoleUi& ui) {
             ui.tick();
             nextTick += 1s;
         }
-        std::this_thread::sleep_for(50ms);
+        ui.waitWhileRunning(50ms);
     }
     waitForWorker();
     ui.endPass();
