@@ -10,9 +10,10 @@ for damaged in samples/damaged*.*; do
   [ -e "$damaged" ] || continue
   name=$(basename "$damaged")
   reference=()
-  [ -e samples/reference.mp4 ] && case "$name" in *.mp4|*.mov) reference=(--reference samples/reference.mp4) ;; esac
+  extension=avi
+  case "$name" in *.mp4|*.mov) reference=(--reference samples/reference.mp4) extension=mov ;; esac
   echo "== tolmi-repair $damaged ${reference[*]}"
-  build/bin/tolmi-repair "$damaged" "${reference[@]}" --output "$out/${name%.*}_repaired.${name##*.}" || status=$?
+  build/bin/tolmi-repair "$damaged" "${reference[@]}" --output "$out/${name%.*}_repaired.$extension" || status=$?
   echo
 done
 echo "Repaired files are in $out"
