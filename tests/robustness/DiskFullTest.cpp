@@ -40,6 +40,7 @@ protected:
         return disk->mounted();
     }
     std::string text(const std::string& key) const { return program->text(key); }
+    void expectAFullDiskEndsWithoutAResult(const std::string& input, const std::string& outputName);
 
     test::TempDir work;
     std::optional<test::TmpfsMount> disk;
@@ -64,34 +65,26 @@ TEST_F(DiskFullTest, AProgramDriveWithLessThanItsReserveRefusesTheJobBeforeItSta
 // The program's own drive has room for the start check, but its working
 // folder "$tmp" is a disk of its own, too small for the result: the disk
 // fills up while the output is written, whatever the speed of the build.
-TEST_F(DiskFullTest, AMovRebuildOnADiskThatFillsUpEndsWithoutAResult) {
-    const std::string noisy = test::NoisyMp4();
-    if (noisy.empty()) GTEST_SKIP() << "ffmpeg is missing";
-    REQUIRE_MOUNT(workingFolderOnDisk(fs::file_size(noisy) / 2));
-    const std::string output = work.file("out.mov");
-    const std::string before = test::ContentHash(noisy);
+void DiskFullTest::expectAFullDiskEndsWithoutAResult(const std::string& input, const std::string& outputName) {
+    if (input.empty()) GTEST_SKIP() << "ffmpeg is missing";
+    REQUIRE_MOUNT(workingFolderOnDisk(fs::file_size(input) / 2));
+    const std::string output = work.file(outputName);
+    const std::string before = test::ContentHash(input);
 
-    test::ProgramRun r = program->run(ShellQuote(noisy) + " -o " + ShellQuote(output));
+    test::ProgramRun r = program->run(ShellQuote(input) + " -o " + ShellQuote(output));
     EXPECT_EQ(r.status, 4) << r.output;
     EXPECT_NE(r.output.find(text("IDS_ERROR9")), std::string::npos) << r.output;
     EXPECT_FALSE(fs::exists(output)) << "a file that looks repaired was saved";
     EXPECT_EQ(program->staleOutputs(), std::vector<std::string>{});
-    EXPECT_EQ(test::ContentHash(noisy), before);
+    EXPECT_EQ(test::ContentHash(input), before);
+}
+
+TEST_F(DiskFullTest, AMovRebuildOnADiskThatFillsUpEndsWithoutAResult) {
+    expectAFullDiskEndsWithoutAResult(test::NoisyMp4(), "out.mov");
 }
 
 TEST_F(DiskFullTest, AnAviPassOnADiskThatFillsUpEndsWithoutAResult) {
-    const std::string noisy = test::NoisyAvi();
-    if (noisy.empty()) GTEST_SKIP() << "ffmpeg is missing";
-    REQUIRE_MOUNT(workingFolderOnDisk(fs::file_size(noisy) / 2));
-    const std::string output = work.file("out.avi");
-    const std::string before = test::ContentHash(noisy);
-
-    test::ProgramRun r = program->run(ShellQuote(noisy) + " -o " + ShellQuote(output));
-    EXPECT_EQ(r.status, 4) << r.output;
-    EXPECT_NE(r.output.find(text("IDS_ERROR9")), std::string::npos) << r.output;
-    EXPECT_FALSE(fs::exists(output)) << "a file that looks repaired was saved";
-    EXPECT_EQ(program->staleOutputs(), std::vector<std::string>{});
-    EXPECT_EQ(test::ContentHash(noisy), before);
+    expectAFullDiskEndsWithoutAResult(test::NoisyAvi(), "out.avi");
 }
 
 TEST_F(DiskFullTest, AnOutputFolderWithoutRoomRefusesTheSaveAndKeepsNothing) {
