@@ -9,6 +9,7 @@
 #include "avirepair/AviChunkRules.h"
 #include "platform/ByteWriter.h"
 #include "platform/Environment.h"
+#include "platform/ZeroRun.h"
 #include "workflow/RepairSession.h"
 
 namespace tolmi {
@@ -19,15 +20,6 @@ constexpr uint64_t kLeastInputSize = 100;
 // Offsets behind a RIFF tag where a healthy file has the first stream's
 // fccHandler and the frame time of avih.
 constexpr uint64_t kRiffHandlerOffset = 0x70, kRiffMicroSecOffset = 0x20;
-
-bool AllZero(std::span<const uint8_t> bytes) {
-    static const std::array<uint8_t, 4096> zeros{};
-    for (size_t at = 0; at < bytes.size(); at += zeros.size()) {
-        const size_t n = std::min(zeros.size(), bytes.size() - at);
-        if (std::memcmp(bytes.data() + at, zeros.data(), n) != 0) return false;
-    }
-    return true;
-}
 
 void CloseFiles() {
     RepairSession& s = Session();
@@ -147,7 +139,7 @@ void AviPass::Emit(std::span<const uint8_t> bytes) {
     // what the pass meant to write. Whole blocks of zeros (the holes of a
     // sparse input) become holes of the output; it grows only at its end.
     File& output = Session().aviOutputFile;
-    if (bytes.size() >= kAviWindowSize && AllZero(bytes)) {
+    if (bytes.size() >= kAviWindowSize && LeadingZeroBytes(bytes.data(), bytes.size()) == bytes.size()) {
         FlushOutput();
         const uint64_t end = output.tell() + bytes.size();
         output.truncate(end);
@@ -209,6 +201,10 @@ void AviPass::CopyFromWindow(uint64_t length) {
 bool AviPass::Dispatch() {
     const std::span<const uint8_t> w = window();
     const uint64_t i = windowIndex();
+    if (i < w.size() && w[i] == 0) {
+        SkipZeros();
+        return true;
+    }
     if (AviTagAt(w, i, "RIFF")) {
         OnRiff();
     } else if (AviTagAt(w, i, "AVI ")) {
@@ -230,6 +226,21 @@ bool AviPass::Dispatch() {
         UpdatePercent();
     }
     return true;
+}
+
+// No tag or chunk code starts with a zero byte, so each zero byte would be
+// passed over by itself. A run of them is passed over at once, up to the
+// end of the input (the window has zeros behind it), as far as the window
+// reaches and within one percentage step, so that the window is reloaded
+// and the progress shown at the same places as byte by byte.
+void AviPass::SkipZeros() {
+    const std::span<const uint8_t> w = window();
+    const uint64_t i = windowIndex();
+    const uint64_t nextPercent = (scanPos_ / percentBase_ + 1) * percentBase_;
+    const uint64_t stop = std::min(nextPercent, fileSize_);
+    const uint64_t reach = std::min<uint64_t>({w.size(), kAviWindowSize, i + (stop - scanPos_)}) - i;
+    scanPos_ += std::max<size_t>(1, LeadingZeroBytes(w.data() + i, size_t(reach)));
+    UpdatePercent();
 }
 
 void AviPass::OnRiff() {

@@ -62,6 +62,7 @@ private:
 
     // Header stage.
     bool Dispatch();
+    void SkipZeros();
     void OnRiff();
     void SaveJpeg();
     void OnAviTag();

@@ -7,6 +7,7 @@
 #include "container/AtomSupport.h"
 #include "container/CStsd.h"
 #include "platform/File.h"
+#include "platform/ZeroRun.h"
 #include "workflow/Language.h"
 #include "workflow/RepairSession.h"
 
@@ -82,6 +83,12 @@ uint64_t BlockScan::Search(uint64_t position) {
     uint64_t offset = 0;
     while (offset < kOffsetLimit) {
         const uint8_t* at = buffer_.data() + offset;
+        // Every type looked for starts with 'f', 'w' or 'm'; other positions,
+        // and runs of zeros above all, are passed over without more ado.
+        if (at[4] != 'f' && at[4] != 'w' && at[4] != 'm') {
+            offset += std::max<size_t>(1, LeadingZeroBytes(at + 4, size_t(kOffsetLimit - offset)));
+            continue;
+        }
         const uint32_t size = LoadU32be(at);
         const uint32_t type = LoadU32be(at + 4);
         const uint64_t end = position + offset + size;

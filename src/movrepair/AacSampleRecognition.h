@@ -24,10 +24,18 @@ void ReadBlock(DamagedFile& file, uint64_t offset, size_t count, uint8_t* buffer
 // is the same wherever the stretch ends, so attempts that end before the
 // walk's position can be made before the length is known. One decoder lives
 // through the whole stretch.
+// How a search goes about its work; the results are the same.
+// Plain: every position is read and tried, and when a frame changes the
+// channel layout a fresh decoder is opened (and closed again when its
+// set-up fails). Fast: runs of zero bytes are passed over at once, and a
+// spare decoder is kept open for the change of layout.
+enum class AacSearch { Plain, Fast };
+
 class AacStretchSearch {
 public:
     // decoderSpecificInfo: see CollectAacRun.
-    AacStretchSearch(DamagedFile& file, uint64_t offset, std::span<const uint8_t> decoderSpecificInfo);
+    AacStretchSearch(DamagedFile& file, uint64_t offset, std::span<const uint8_t> decoderSpecificInfo,
+                     AacSearch search);
     ~AacStretchSearch();
     AacStretchSearch(const AacStretchSearch&) = delete;
     AacStretchSearch& operator=(const AacStretchSearch&) = delete;
@@ -40,13 +48,19 @@ public:
     std::vector<std::unique_ptr<CSample>> Finish(uint64_t length);
 
 private:
-    // One attempt at the cursor, in a stretch of length bytes. False when
-    // the job was stopped.
-    bool TryAt(uint64_t length);
+    // One attempt at the cursor, in a stretch of length bytes; a run of
+    // zeros at the cursor, not past zeroLimit, counts as one. False when the
+    // job was stopped.
+    bool TryAt(uint64_t length, uint64_t zeroLimit);
+    // The zero bytes at the cursor, at most up to limit (a stretch offset)
+    // and a probe's length.
+    uint64_t ZerosAtCursor(uint64_t limit);
 
     DamagedFile& file_;
     uint64_t offset_;
     void* decoder_;  // FAAD2's handle; null when it could not be set up
+    bool fast_;
+    void* spare_ = nullptr;  // see AacSearch
     std::vector<uint8_t> scratch_;
     uint64_t cursor_ = 0;
     uint32_t attempts_ = 0;
@@ -60,6 +74,7 @@ private:
 // when nothing is found, the decoder cannot be set up, or the job was
 // stopped during the search (a pause holds it where it is).
 std::vector<std::unique_ptr<CSample>> CollectAacRun(DamagedFile& file, uint64_t offset, uint64_t length,
-                                                    std::span<const uint8_t> decoderSpecificInfo);
+                                                    std::span<const uint8_t> decoderSpecificInfo,
+                                                    AacSearch search);
 
 }  // namespace tolmi

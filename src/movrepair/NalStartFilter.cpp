@@ -1,5 +1,8 @@
 #include "movrepair/NalStartFilter.h"
 
+#include <algorithm>
+
+#include "platform/ZeroRun.h"
 #include "streams/SPS_265.h"
 
 namespace tolmi {
@@ -40,6 +43,25 @@ bool NalStartFilter::MayStart(const uint8_t* bytes, size_t available) const {
     if (totalSize == 0 || totalSize >= kLargestNalUnit) return false;
     return h265_ ? MayStartH265(totalSize, at(lengthSize_), at(lengthSize_ + 1u))
                  : MayStartH264(totalSize, at(lengthSize_));
+}
+
+size_t NalStartFilter::FirstCandidate(const uint8_t* bytes, size_t count, size_t available) const {
+    if (passAll_) return 0;
+    if (refuseAll_) return count;
+    // A zero in the header byte that MayStart tests first refuses the
+    // position (H.264: type 0; H.265: temporal id 0), so a run of zeros
+    // there is passed over at once.
+    const size_t zeroRefuses = h265_ ? size_t(lengthSize_) + 1 : size_t(lengthSize_);
+    for (size_t i = 0; i < count;) {
+        if (i + zeroRefuses < available && bytes[i + zeroRefuses] == 0) {
+            const size_t end = std::min(available, count + zeroRefuses);
+            i += std::max<size_t>(1, LeadingZeroBytes(bytes + i + zeroRefuses, end - i - zeroRefuses));
+            continue;
+        }
+        if (MayStart(bytes + i, available - i)) return i;
+        ++i;
+    }
+    return count;
 }
 
 bool NalStartFilter::MayStartH264(uint32_t totalSize, uint8_t header) const {

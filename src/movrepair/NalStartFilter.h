@@ -25,6 +25,10 @@ public:
     // How many bytes MayStart looks at.
     size_t span() const { return size_t(lengthSize_) + 2; }
 
+    // The first i below count for which MayStart(bytes + i, available - i)
+    // holds, or count; available is at least count.
+    size_t FirstCandidate(const uint8_t* bytes, size_t count, size_t available) const;
+
 private:
     bool MayStartH264(uint32_t totalSize, uint8_t header) const;
     bool MayStartH265(uint32_t totalSize, uint8_t first, uint8_t second) const;

@@ -21,7 +21,8 @@ using test::PacketRecord;
 // object type 2, frequency index 4, channel configuration 2.
 const std::vector<uint8_t> kLcStereo44100 = {0x12, 0x10};
 
-class AacRecognition : public ::testing::Test {
+// Each test runs with the plain search and the fast one: their results agree.
+class AacRecognition : public ::testing::TestWithParam<AacSearch> {
 protected:
     void SetUp() override {
         if (!test::HaveFfmpeg()) GTEST_SKIP() << "ffmpeg is missing";
@@ -45,7 +46,7 @@ protected:
         test::WriteAll(path, content);
         DamagedFile file;
         EXPECT_TRUE(file.open(path));
-        return CollectAacRun(file, 0, content.size(), config);
+        return CollectAacRun(file, 0, content.size(), config, GetParam());
     }
 
     test::TempDir dir_;
@@ -54,12 +55,12 @@ protected:
     std::vector<PacketRecord> packets_;
 };
 
-TEST_F(AacRecognition, FindsEveryFrameOfTheMediaDataAsTheDemuxerDoes) {
+TEST_P(AacRecognition, FindsEveryFrameOfTheMediaDataAsTheDemuxerDoes) {
     const PacketRecord& first = packets_.front();
     const PacketRecord& last = packets_.back();
     DamagedFile file;
     ASSERT_TRUE(file.open(source_));
-    auto found = CollectAacRun(file, first.pos, last.pos + last.size - first.pos, kLcStereo44100);
+    auto found = CollectAacRun(file, first.pos, last.pos + last.size - first.pos, kLcStereo44100, GetParam());
     ASSERT_EQ(found.size(), packets_.size());
     for (size_t i = 0; i < found.size(); ++i) {
         EXPECT_EQ(found[i]->offset, packets_[i].pos) << "frame " << i;
@@ -69,7 +70,7 @@ TEST_F(AacRecognition, FindsEveryFrameOfTheMediaDataAsTheDemuxerDoes) {
     }
 }
 
-TEST_F(AacRecognition, ZeroBytesBetweenFramesLeaveAHole) {
+TEST_P(AacRecognition, ZeroBytesBetweenFramesLeaveAHole) {
     std::vector<uint8_t> content = Frame(5);
     const size_t first = content.size();
     content.insert(content.end(), 10, 0);
@@ -83,16 +84,16 @@ TEST_F(AacRecognition, ZeroBytesBetweenFramesLeaveAHole) {
     EXPECT_EQ(found[1]->size, second.size());
 }
 
-TEST_F(AacRecognition, EmptyAndZeroStretchesGiveNothing) {
+TEST_P(AacRecognition, EmptyAndZeroStretchesGiveNothing) {
     EXPECT_TRUE(Collect({}).empty());
     EXPECT_TRUE(Collect(std::vector<uint8_t>(3000, 0)).empty());
 }
 
-TEST_F(AacRecognition, NoDecoderConfigurationGivesNothing) {
+TEST_P(AacRecognition, NoDecoderConfigurationGivesNothing) {
     EXPECT_TRUE(Collect(Frame(5), {}).empty());
 }
 
-TEST_F(AacRecognition, OffsetsAreThoseOfTheDamagedFile) {
+TEST_P(AacRecognition, OffsetsAreThoseOfTheDamagedFile) {
     std::vector<uint8_t> content(37, 0);
     std::vector<uint8_t> frame = Frame(7);
     content.insert(content.end(), frame.begin(), frame.end());
@@ -100,13 +101,13 @@ TEST_F(AacRecognition, OffsetsAreThoseOfTheDamagedFile) {
     test::WriteAll(path, content);
     DamagedFile file;
     ASSERT_TRUE(file.open(path));
-    auto found = CollectAacRun(file, 30, content.size() - 30, kLcStereo44100);
+    auto found = CollectAacRun(file, 30, content.size() - 30, kLcStereo44100, GetParam());
     ASSERT_EQ(found.size(), 1u);
     EXPECT_EQ(found[0]->offset, 37u);
     EXPECT_EQ(found[0]->size, frame.size());
 }
 
-TEST_F(AacRecognition, AChannelLayoutChangeDoesNotStopTheSearch) {
+TEST_P(AacRecognition, AChannelLayoutChangeDoesNotStopTheSearch) {
     // Two stereo frames, two mono frames of another stream, a stereo frame:
     // the first mono frame makes FAAD2 report a channel configuration change.
     std::string mono = test::MakeFixture("movrepair_aac_mono.mp4",
@@ -147,6 +148,26 @@ TEST_F(AacRecognition, AChannelLayoutChangeDoesNotStopTheSearch) {
         EXPECT_LE(found[i]->offset + found[i]->size, lastStart);
     }
 }
+
+// A stretch that is mostly zeros, as in space a camera reserved, with a
+// frame inside the run, one at its end and garbage in between: the fast
+// search passes the zeros in large steps and must land on the same bytes.
+TEST_P(AacRecognition, LongZeroRunsHideNoFrame) {
+    std::vector<uint8_t> content(200000, 0);
+    const std::vector<uint8_t> inner = Frame(8), last = Frame(9);
+    std::copy(inner.begin(), inner.end(), content.begin() + 70001);
+    for (size_t i = 0; i < 5000; ++i) content[120000 + i] = uint8_t(i * 131 + 7);
+    content.insert(content.end(), last.begin(), last.end());
+    auto found = Collect(content);
+    ASSERT_GE(found.size(), 2u);
+    EXPECT_EQ(found.front()->offset, 70001u);
+    EXPECT_EQ(found.front()->size, inner.size());
+    EXPECT_EQ(found.back()->offset, 200000u);
+    EXPECT_EQ(found.back()->size, last.size());
+}
+
+INSTANTIATE_TEST_SUITE_P(PlainAndFast, AacRecognition, ::testing::Values(AacSearch::Plain, AacSearch::Fast),
+                         [](const auto& info) { return info.param == AacSearch::Plain ? "Plain" : "Fast"; });
 
 }  // namespace
 }  // namespace tolmi
