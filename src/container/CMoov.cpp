@@ -90,12 +90,11 @@ void CMoov::WriteMovie(File& file) {
     if (mvhd) {
         mvhd->image = mvhd->ToBytes();
         Append(file, mvhd->image);
-        file.flush();
     }
-    for (const CTrak* track : tracks) {
-        Append(file, track->image);
-        file.flush();
-    }
+    for (const CTrak* track : tracks) Append(file, track->image);
+    // The whole file reaches the disk once it is complete: one flush instead
+    // of one behind every piece, which would cost as much again.
+    file.flush();
     session.movOutputSize = file.size().value_or(0);
     if (file.isOpen()) file.close();
 }
