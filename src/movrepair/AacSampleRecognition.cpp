@@ -97,6 +97,9 @@ AacStretchSearch::~AacStretchSearch() {
 
 uint64_t AacStretchSearch::ZerosAtCursor(uint64_t limit) {
     if (!fast_ || cursor_ >= limit) return 0;
+    // Most positions start with another byte; only a zero is worth a long look.
+    std::span<const uint8_t> first = file_.view(offset_ + cursor_, 1);
+    if (first.empty() || first[0] != 0) return 0;
     const size_t count = size_t(std::min<uint64_t>(kZeroProbe, limit - cursor_));
     std::span<const uint8_t> bytes = file_.view(offset_ + cursor_, count);
     return LeadingZeroBytes(bytes.data(), bytes.size());

@@ -3,7 +3,9 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstdio>
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -11,6 +13,7 @@
 #include "container/CMoov.h"
 #include "container/GFile.h"
 #include "movrepair/AacSampleRecognition.h"
+#include "movrepair/AacSearchWorker.h"
 #include "movrepair/ChunkEntryList.h"
 #include "movrepair/FrameSizeFolder.h"
 #include "movrepair/MovRepairState.h"
@@ -77,10 +80,24 @@ public:
     void MakeRequests();
 
 private:
+    // A video run found while the AAC searches are made on the other core:
+    // it is recorded once the frames of the stretch in front of it are known.
+    struct DeferredRun {
+        SampleRun run;
+        uint32_t frameCount = 0;
+        size_t gapSearch = kNoSearch;  // the search of the stretch in front of it
+    };
+    static constexpr size_t kNoSearch = SIZE_MAX;
+
+    void StartAacWorker();
+    int WalkPercent(uint64_t position, uint64_t fileSize) const;
     uint64_t NextCandidate(uint64_t position, uint64_t limit);
     void AcceptVideoRun(SampleRun run, uint32_t frameCount);
+    void DeferVideoRun(SampleRun run, uint32_t frameCount);
+    void RecordDeferredRuns(uint64_t fileSize, int& lastShown);
+    void RecordVideoRun(SampleRun run, uint32_t frameCount);
     void TakeGap(uint64_t runOffset);
-    void TakeAacGap(uint64_t lastEnd, uint64_t gap);
+    void TakeAacFrames(SampleRun found, const std::function<SampleRun()>& searchFront);
     static SampleRun PcmRun(uint64_t offset, uint64_t size);
     void AppendAudioRun(SampleRun run, bool inFront);
     std::span<const uint8_t> AacConfig();
@@ -93,28 +110,43 @@ private:
     ChunkEntryList video_, audio_;
     const DecoderSpecifiInfoWrapper* aacConfig_ = nullptr;
     bool aacConfigRead_ = false;
-    // The AAC search of the stretch behind the last run, made while the walk
-    // looks for the run that ends it, so that the progress moves with it.
-    std::unique_ptr<AacStretchSearch> pendingStretch_;
+    // With the fast reading, the AAC stretches are searched on the other core.
+    std::unique_ptr<AacSearchWorker> aacWorker_;
+    std::vector<DeferredRun> deferredRuns_;
+    size_t frontSearch_ = kNoSearch;
     // The search of the stretch in front of the first run found nothing. The
     // stretch and a fresh decoder are the same at every run, so is the result.
     bool frontStretchEmpty_ = false;
 };
 
+// The searches go to the other core only where they are AAC searches of the
+// fast reading; without a thread they are made in turn.
+void MediaDataScan::StartAacWorker() {
+    if (state_.straightforwardReading || !Is(Session().audioCoderFormat, "MP4A_AUDIO_CODER_FORMAT")) return;
+    aacWorker_ = std::make_unique<AacSearchWorker>(Session().corruptedPath, AacConfig());
+    if (!aacWorker_->ready()) aacWorker_.reset();
+}
+
+// The percentage of the walk; while the other core is behind it, of the
+// point up to which the AAC searches have come.
+int MediaDataScan::WalkPercent(uint64_t position, uint64_t fileSize) const {
+    if (aacWorker_) position = std::min(position, aacWorker_->SearchedUpTo());
+    return int(position * 100 / fileSize);
+}
+
 bool MediaDataScan::Run() {
     DamagedFile& file = state_.damagedFile;
     const uint64_t fileSize = file.size();
+    StartAacWorker();
     int lastShown = kNothingShown;
     uint64_t position = 0;
     while (position < fileSize) {
         if (WaitWhilePaused()) return false;
-        ShowPercent(int(position * 100 / fileSize), lastShown);
+        ShowPercent(WalkPercent(position, fileSize), lastShown);
         if (!state_.straightforwardReading) {
             // Within one percentage step, straight to the next position that may start a chain.
             const uint64_t limit = std::min({fileSize, NextPercentStep(position, fileSize), position + kSkipBatch});
             position = NextCandidate(position, limit);
-            // No run starts in front of position, so the stretch reaches it.
-            if (pendingStretch_) pendingStretch_->Advance(position);
             if (position == limit) continue;
         }
         SampleRun run;
@@ -127,6 +159,7 @@ bool MediaDataScan::Run() {
         position = run.back()->offset + run.back()->size;
         AcceptVideoRun(std::move(run), frameCount);
     }
+    if (aacWorker_) RecordDeferredRuns(fileSize, lastShown);
     return !WaitWhilePaused();
 }
 
@@ -149,16 +182,46 @@ uint64_t MediaDataScan::NextCandidate(uint64_t position, uint64_t limit) {
 }
 
 void MediaDataScan::AcceptVideoRun(SampleRun run, uint32_t frameCount) {
+    if (aacWorker_) return DeferVideoRun(std::move(run), frameCount);
     // Nothing in front of the first run is looked at now.
     if (!state_.videoSamples.empty()) TakeGap(run.front()->offset);
+    RecordVideoRun(std::move(run), frameCount);
+}
+
+void MediaDataScan::RecordVideoRun(SampleRun run, uint32_t frameCount) {
     video_.AddChunk(frameCount);
     for (const auto& sample : run) state_.videoSamples.push_back(sample.get());
     state_.sampleRuns.push_back(std::move(run));
-    if (!state_.straightforwardReading && Is(Session().audioCoderFormat, "MP4A_AUDIO_CODER_FORMAT")) {
-        const CSample& last = *state_.videoSamples.back();
-        pendingStretch_ = std::make_unique<AacStretchSearch>(state_.damagedFile, last.offset + last.size, AacConfig(),
-                                                             AacSearch::Fast);
+}
+
+// Hands the stretch in front of the run to the other core, and with the
+// first such stretch the one in front of the first run.
+void MediaDataScan::DeferVideoRun(SampleRun run, uint32_t frameCount) {
+    size_t gapSearch = kNoSearch;
+    if (!deferredRuns_.empty()) {
+        const CSample& last = *deferredRuns_.back().run.back();
+        const uint64_t lastEnd = last.offset + last.size;
+        if (frontSearch_ == kNoSearch) frontSearch_ = aacWorker_->Submit(0, deferredRuns_.front().run.front()->offset);
+        gapSearch = aacWorker_->Submit(lastEnd, run.front()->offset - lastEnd);
     }
+    deferredRuns_.push_back({std::move(run), frameCount, gapSearch});
+}
+
+// Once the walk is done: waits for the other core, showing how far it has
+// come, and records the runs and the audio between them in file order, as
+// the walk records them when the searches are made in turn.
+void MediaDataScan::RecordDeferredRuns(uint64_t fileSize, int& lastShown) {
+    const int walkPercent = Session().percent;
+    using namespace std::chrono_literals;
+    while (!aacWorker_->WaitUntilAllDone(100ms)) ShowPercent(WalkPercent(fileSize, fileSize), lastShown);
+    ShowPercent(walkPercent, lastShown);
+    if (Session().stopRequested) return;
+    for (DeferredRun& deferred : deferredRuns_) {
+        if (deferred.gapSearch != kNoSearch)
+            TakeAacFrames(aacWorker_->Take(deferred.gapSearch), [&] { return aacWorker_->Take(frontSearch_); });
+        RecordVideoRun(std::move(deferred.run), deferred.frameCount);
+    }
+    deferredRuns_.clear();
 }
 
 // The stretch between the last video run and the next is audio of the
@@ -169,7 +232,11 @@ void MediaDataScan::TakeGap(uint64_t runOffset) {
     const uint64_t gap = runOffset - lastEnd;
     const std::string& format = Session().audioCoderFormat;
     if (Is(format, "MP4A_AUDIO_CODER_FORMAT")) {
-        TakeAacGap(lastEnd, gap);
+        DamagedFile& file = state_.damagedFile;
+        const AacSearch search = state_.straightforwardReading ? AacSearch::Plain : AacSearch::Fast;
+        const uint64_t frontLength = state_.videoSamples.front()->offset;
+        TakeAacFrames(CollectAacRun(file, lastEnd, gap, AacConfig(), search),
+                      [&] { return CollectAacRun(file, 0, frontLength, AacConfig(), search); });
     } else if (Is(format, "SOWT_AUDIO_CODER_FORMAT")) {
         // A PCM frame counts as 4 bytes here, whatever the reference says.
         audio_.AddChunk(uint32_t(gap / 4));
@@ -188,22 +255,18 @@ SampleRun MediaDataScan::PcmRun(uint64_t offset, uint64_t size) {
     return run;
 }
 
-void MediaDataScan::TakeAacGap(uint64_t lastEnd, uint64_t gap) {
-    DamagedFile& file = state_.damagedFile;
-    const AacSearch search = state_.straightforwardReading ? AacSearch::Plain : AacSearch::Fast;
-    // Until some audio is found, the stretch in front of the first video
-    // run is tried again at each run.
+// found: the AAC frames of the stretch between the last two runs.
+// searchFront: the search of the stretch in front of the first run, which is
+// tried until some audio is found.
+void MediaDataScan::TakeAacFrames(SampleRun found, const std::function<SampleRun()>& searchFront) {
     if (state_.audioSamples.empty() && !frontStretchEmpty_) {
-        SampleRun front = CollectAacRun(file, 0, state_.videoSamples.front()->offset, AacConfig(), search);
+        SampleRun front = searchFront();
         frontStretchEmpty_ = front.empty() && !state_.straightforwardReading && !Session().stopRequested;
         if (!front.empty()) {
             audio_.AddChunk(uint32_t(front.size()));
             AppendAudioRun(std::move(front), true);
         }
     }
-    SampleRun found =
-        pendingStretch_ ? pendingStretch_->Finish(gap) : CollectAacRun(file, lastEnd, gap, AacConfig(), search);
-    pendingStretch_.reset();
     if (!found.empty()) {
         audio_.AddChunk(uint32_t(found.size()));
         AppendAudioRun(std::move(found), false);

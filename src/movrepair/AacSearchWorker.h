@@ -1,0 +1,69 @@
+#pragma once
+// The AAC searches of a scan, made on a second core while the walk goes on.
+// Each stretch between two video runs is handed over as soon as both its
+// ends are known, and its frames are taken back once the walk is done.
+// Every stretch gets a decoder of its own, exactly as when the stretches
+// are searched in turn, so the frames found are the same.
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+#include <span>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "movrepair/DamagedFile.h"
+#include "movrepair/VideoSampleRecognition.h"
+
+namespace tolmi {
+
+class AacSearchWorker {
+public:
+    // Opens its own reading of the damaged file at path; ready() tells
+    // whether that and the thread could be had.
+    AacSearchWorker(const std::string& path, std::span<const uint8_t> decoderSpecificInfo);
+    // Abandons what is not searched yet and waits for the thread.
+    ~AacSearchWorker();
+    AacSearchWorker(const AacSearchWorker&) = delete;
+    AacSearchWorker& operator=(const AacSearchWorker&) = delete;
+
+    bool ready() const { return thread_.joinable(); }
+
+    // Queues the search of [offset, offset + length); the number to take
+    // its frames by.
+    size_t Submit(uint64_t offset, uint64_t length);
+    // The frames of a search, once it is done; each search is taken once.
+    // Empty when the job was stopped during the search.
+    SampleRun Take(size_t id);
+    // Waits up to timeout for every search handed over; true when all are done.
+    bool WaitUntilAllDone(std::chrono::milliseconds timeout);
+    // How far the searches have come, as a position in the file: every byte
+    // of the stretches handed over below it has been searched.
+    uint64_t SearchedUpTo() const { return searchedUpTo_; }
+
+private:
+    struct Search {
+        uint64_t offset = 0, length = 0;
+        bool done = false;
+        SampleRun found;
+    };
+
+    void Loop();
+    SampleRun Run(uint64_t offset, uint64_t length);
+
+    DamagedFile file_;
+    std::vector<uint8_t> decoderSpecificInfo_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    std::deque<Search> searches_;  // by id
+    size_t nextToSearch_ = 0;
+    bool closing_ = false;
+    std::atomic<bool> abandon_{false};
+    std::atomic<uint64_t> searchedUpTo_{UINT64_MAX};
+    std::thread thread_;
+};
+
+}  // namespace tolmi
