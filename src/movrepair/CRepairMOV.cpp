@@ -90,11 +90,11 @@ private:
     static constexpr size_t kNoSearch = SIZE_MAX;
 
     void StartAacWorker();
-    int WalkPercent(uint64_t position, uint64_t fileSize) const;
+    int ProgressPercent(uint64_t position, uint64_t fileSize) const;
     uint64_t NextCandidate(uint64_t position, uint64_t limit);
     void AcceptVideoRun(SampleRun run, uint32_t frameCount);
     void DeferVideoRun(SampleRun run, uint32_t frameCount);
-    void RecordDeferredRuns(uint64_t fileSize, int& lastShown);
+    void RecordDeferredRuns(uint64_t fileSize, int walkPercent, int& lastShown);
     void RecordVideoRun(SampleRun run, uint32_t frameCount);
     void TakeGap(uint64_t runOffset);
     void TakeAacFrames(SampleRun found, const std::function<SampleRun()>& searchFront);
@@ -129,7 +129,7 @@ void MediaDataScan::StartAacWorker() {
 
 // The percentage of the walk; while the other core is behind it, of the
 // point up to which the AAC searches have come.
-int MediaDataScan::WalkPercent(uint64_t position, uint64_t fileSize) const {
+int MediaDataScan::ProgressPercent(uint64_t position, uint64_t fileSize) const {
     if (aacWorker_) position = std::min(position, aacWorker_->SearchedUpTo());
     return int(position * 100 / fileSize);
 }
@@ -139,10 +139,13 @@ bool MediaDataScan::Run() {
     const uint64_t fileSize = file.size();
     StartAacWorker();
     int lastShown = kNothingShown;
+    // What the walk alone shows last, which is the job's figure in the end.
+    int walkPercent = 0;
     uint64_t position = 0;
     while (position < fileSize) {
         if (WaitWhilePaused()) return false;
-        ShowPercent(WalkPercent(position, fileSize), lastShown);
+        walkPercent = int(position * 100 / fileSize);
+        ShowPercent(ProgressPercent(position, fileSize), lastShown);
         if (!state_.straightforwardReading) {
             // Within one percentage step, straight to the next position that may start a chain.
             const uint64_t limit = std::min({fileSize, NextPercentStep(position, fileSize), position + kSkipBatch});
@@ -159,7 +162,7 @@ bool MediaDataScan::Run() {
         position = run.back()->offset + run.back()->size;
         AcceptVideoRun(std::move(run), frameCount);
     }
-    if (aacWorker_) RecordDeferredRuns(fileSize, lastShown);
+    if (aacWorker_) RecordDeferredRuns(fileSize, walkPercent, lastShown);
     return !WaitWhilePaused();
 }
 
@@ -210,10 +213,9 @@ void MediaDataScan::DeferVideoRun(SampleRun run, uint32_t frameCount) {
 // Once the walk is done: waits for the other core, showing how far it has
 // come, and records the runs and the audio between them in file order, as
 // the walk records them when the searches are made in turn.
-void MediaDataScan::RecordDeferredRuns(uint64_t fileSize, int& lastShown) {
-    const int walkPercent = Session().percent;
+void MediaDataScan::RecordDeferredRuns(uint64_t fileSize, int walkPercent, int& lastShown) {
     using namespace std::chrono_literals;
-    while (!aacWorker_->WaitUntilAllDone(100ms)) ShowPercent(WalkPercent(fileSize, fileSize), lastShown);
+    while (!aacWorker_->WaitUntilAllDone(100ms)) ShowPercent(ProgressPercent(fileSize, fileSize), lastShown);
     ShowPercent(walkPercent, lastShown);
     if (Session().stopRequested) return;
     for (DeferredRun& deferred : deferredRuns_) {
