@@ -1,6 +1,7 @@
 #include "ProgramCopy.h"
 
 #include <fcntl.h>
+#include <pwd.h>
 #include <sys/mount.h>
 #include <sys/statvfs.h>
 #include <sys/wait.h>
@@ -48,10 +49,23 @@ ProgramRun ProgramCopy::run(const std::string& arguments, int timeLimitSeconds) 
     ProgramRun result;
     const auto start = std::chrono::steady_clock::now();
     result.output = CaptureCommand("LANG=en_US.UTF-8 timeout -k 5 " + std::to_string(timeLimitSeconds) + " " +
-                                       ShellQuote(binary()) + " " + arguments + " 2>&1 </dev/null",
+                                       userPrefix_ + ShellQuote(binary()) + " " + arguments + " 2>&1 </dev/null",
                                    &result.status);
     result.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return result;
+}
+
+bool ProgramCopy::runAs(const std::string& user) {
+    const passwd* account = ::getpwnam(user.c_str());
+    if (!account) return false;
+    const std::string prefix = "setpriv --reuid=" + std::to_string(account->pw_uid) +
+                               " --regid=" + std::to_string(account->pw_gid) + " --clear-groups ";
+    if (RunCommand(prefix + "true >/dev/null 2>&1") != 0) return false;
+    // The program keeps its settings and working folder beside itself.
+    fs::permissions(dir_, fs::perms::all);
+    fs::permissions(dir_ + "/lg", fs::perms::all);
+    userPrefix_ = prefix;
+    return true;
 }
 
 std::vector<std::string> ProgramCopy::staleOutputs() const {

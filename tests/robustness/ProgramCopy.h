@@ -28,12 +28,16 @@ public:
     // Runs the program with arguments (already quoted for the shell) under
     // a time limit.
     ProgramRun run(const std::string& arguments, int timeLimitSeconds = 60) const;
+    // Later runs are made as user (through setpriv), where root would read
+    // any file whatever its permissions. False when that cannot be done.
+    bool runAs(const std::string& user);
     // The job outputs left in "$tmp" ("Repaired.mov", "Repaired.avi"): a
     // later job could take them for its own.
     std::vector<std::string> staleOutputs() const;
 
 private:
     std::string dir_;
+    std::string userPrefix_;  // the command that changes the user, or nothing
 };
 
 // A run of the program that the test follows while it runs: it can wait for
