@@ -39,6 +39,9 @@ int AviPass::Run() {
         return 0;
     }
     while (scanPos_ < fileSize_) {
+        // Threads are not suspended here: a paused job holds at this point,
+        // and a cancel arrives through aviRunAllowed.
+        WaitWhilePaused();
         if (!Session().aviRunAllowed) {
             RemoveFiles();
             Session().Ui().setProgress(0);
@@ -185,7 +188,8 @@ void AviPass::CopyFromWindow(uint64_t length) {
     scanPos_ += first;
     uint64_t remaining = length - first;
     while (remaining > 0) {
-        // A long chunk must not hold up a cancel; the loop's head acts on it.
+        // A long chunk must not hold up a pause or a cancel; the loop's head acts on a cancel.
+        WaitWhilePaused();
         if (!Session().aviRunAllowed) return;
         Reload(scanPos_);
         const uint64_t part = std::min<uint64_t>(remaining, kAviWindowSize);

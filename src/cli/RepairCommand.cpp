@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
 #include <thread>
 
@@ -47,6 +48,10 @@ void onInterrupt(int) {
     }
 }
 
+std::atomic<int> suspends{0};
+
+void onSuspend(int) { suspends.fetch_add(1); }
+
 struct Options {
     std::string damaged;
     std::string reference;
@@ -57,6 +62,8 @@ struct Options {
 };
 
 const char* kExitCodesHelp =
+    "Ctrl-Z pauses the repair and gives the shell back; fg resumes it.\n"
+    "\n"
     "Exit codes:\n"
     "  0    repaired; the result was saved\n"
     "  1    the file cannot be repaired\n"
@@ -78,18 +85,34 @@ std::string DefaultOutput(const std::string& damaged, bool movJob) {
     return (path.parent_path() / (path.stem().string() + "_repaired" + (movJob ? ".mov" : ".avi"))).string();
 }
 
+// Ctrl-Z holds the job as the pause button does and then stops the program,
+// so that the shell comes back; "fg" (SIGCONT) goes on where it stopped. The
+// time stopped does not count as the job's.
+void suspendJob(ConsoleUi& ui) {
+    if (Session().paused == 1) return;
+    togglePause();
+    ui.say("Paused; \"fg\" resumes the repair.");
+    std::fflush(stdout);  // the line is there while the program stands still
+    ::raise(SIGSTOP);
+    togglePause();
+}
+
 // Runs one pass of the worker and follows it from the main thread, which
-// plays the part of the user interface thread: clock ticks and Ctrl-C.
+// plays the part of the user interface thread: clock ticks, Ctrl-C, Ctrl-Z.
 void runPass(ConsoleUi& ui) {
     using namespace std::chrono_literals;
     ui.beginPass();
     startRepair();
-    int handled = 0;
+    int handled = 0, handledSuspends = suspends;
     auto nextTick = std::chrono::steady_clock::now() + 1s;
     while (Session().repairing == 1) {
         if (interrupts > handled) {
             handled = interrupts;
             cancelJob();
+        }
+        if (suspends > handledSuspends) {
+            handledSuspends = suspends;
+            suspendJob(ui);
         }
         if (std::chrono::steady_clock::now() >= nextTick) {
             ui.tick();
@@ -262,6 +285,7 @@ int RunRepairCommand(int argc, char** argv) {
     // so that no partial result is left behind either.
     std::signal(SIGINT, onInterrupt);
     std::signal(SIGTERM, onInterrupt);
+    std::signal(SIGTSTP, onSuspend);
     loadLanguage();
     ConsoleUi ui(options.quiet || options.json, ::isatty(STDOUT_FILENO) == 1);
     const int code = Repair(options, ui);

@@ -1,7 +1,8 @@
 // Ctrl-C at random moments of a repair, many times over. The process always
 // ends cleanly and soon: cancelled (130) with nothing at the output place,
 // or, when the job had already finished, saved (0). No job output stays in
-// "$tmp". A second Ctrl-C leaves at once.
+// "$tmp". A second Ctrl-C leaves at once. Ctrl-Z and "fg" at random moments
+// change nothing in the saved file.
 
 #include <gtest/gtest.h>
 
@@ -90,6 +91,45 @@ protected:
         return cancelled;
     }
 
+    // Ctrl-Z at a random moment of each run, "fg" a little later: the
+    // repair goes on to the very file an uninterrupted run gives. Returns
+    // how many runs were stopped before they had finished.
+    int pauseAtRandom(const std::vector<std::string>& arguments, const std::string& startText, uint32_t seed) {
+        const std::string output = work.file("out");
+        test::RunningProgram whole(program, withOutput(arguments, output), work.file("whole.log"));
+        EXPECT_TRUE(whole.waitFor(startText, kTimeLimit)) << whole.output();
+        const auto start = Clock::now();
+        EXPECT_EQ(whole.finish(kTimeLimit), 0) << whole.output();
+        const double length = SecondsSince(start);
+        const std::string expected = test::ContentHash(output);
+        fs::remove(output);
+
+        std::mt19937 random(seed);
+        std::uniform_real_distribution<double> moment(0.0, length);
+        int paused = 0;
+        for (int i = 0; i < kRunsPerKind / 2; ++i) {
+            const double delay = moment(random);
+            SCOPED_TRACE("run " + std::to_string(i) + ", Ctrl-Z " + std::to_string(delay) + " s after the start");
+            test::RunningProgram run(program, withOutput(arguments, output), work.file("pause.log"));
+            if (!run.waitFor(startText, kTimeLimit)) {
+                ADD_FAILURE() << "the job never started\n" << run.output();
+                break;
+            }
+            std::this_thread::sleep_for(std::chrono::duration<double>(delay));
+            run.signal(SIGTSTP);
+            if (run.waitUntilStopped(2)) {
+                ++paused;
+                std::this_thread::sleep_for(std::chrono::milliseconds(300));
+                run.signal(SIGCONT);
+            }
+            EXPECT_EQ(run.finish(kTimeLimit), 0) << run.output();
+            EXPECT_EQ(test::ContentHash(output), expected) << "the paused run saved another file";
+            EXPECT_EQ(program.staleOutputs(), std::vector<std::string>{}) << run.output();
+            fs::remove(output);
+        }
+        return paused;
+    }
+
     test::TempDir programDir, work;
     test::ProgramCopy program;
 };
@@ -113,6 +153,36 @@ TEST_F(InterruptTest, AnAviRepairCancelledAtRandomMomentsEndsCleanly) {
     if (length >= 0.25) {
         EXPECT_GT(cancelled, 0) << "no Ctrl-C came while the job ran";
     }
+}
+
+TEST_F(InterruptTest, AMovRepairPausedAtRandomMomentsGivesTheSameFile) {
+    const std::string reference = test::NoisyMp4();
+    if (reference.empty()) GTEST_SKIP() << "ffmpeg is missing";
+    const std::string damaged = test::NoisyMovieLessMp4(work.path(), "long.mp4", 6);
+    EXPECT_GT(pauseAtRandom({damaged, "-r", reference}, "Please wait", 112326), 0) << "no run was paused";
+}
+
+TEST_F(InterruptTest, AnAviRepairPausedAtRandomMomentsGivesTheSameFile) {
+    const std::string damaged = test::NoisyAvi();
+    if (damaged.empty()) GTEST_SKIP() << "ffmpeg is missing";
+    pauseAtRandom({damaged}, "Please wait", 2611);
+}
+
+TEST_F(InterruptTest, APausedRepairCanStillBeCancelled) {
+    const std::string reference = test::NoisyMp4();
+    if (reference.empty()) GTEST_SKIP() << "ffmpeg is missing";
+    const std::string damaged = test::NoisyMovieLessMp4(work.path(), "long.mp4", 6);
+    const std::string output = work.file("out.mov");
+    test::RunningProgram run(program, {damaged, "-r", reference, "-o", output}, work.file("pausecancel.log"));
+    ASSERT_TRUE(run.waitFor("Analyzing video file...", kTimeLimit, 2)) << run.output();
+    run.signal(SIGTSTP);
+    ASSERT_TRUE(run.waitUntilStopped(2)) << run.output();
+    EXPECT_NE(run.output().find("Paused"), std::string::npos) << run.output();
+    run.signal(SIGCONT);
+    run.signal(SIGINT);
+    EXPECT_EQ(run.finish(kTimeLimit), 130) << run.output();
+    EXPECT_FALSE(fs::exists(output));
+    EXPECT_EQ(program.staleOutputs(), std::vector<std::string>{});
 }
 
 TEST_F(InterruptTest, ATerminationSignalCancelsAsCtrlCDoes) {

@@ -121,6 +121,23 @@ void RunningProgram::signal(int number) const {
     if (pid_ > 0) ::kill(pid_, number);
 }
 
+bool RunningProgram::waitUntilStopped(double seconds) const {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);
+    while (std::chrono::steady_clock::now() < end) {
+        std::ifstream stat("/proc/" + std::to_string(pid_) + "/stat");
+        std::string line;
+        std::getline(stat, line);
+        // The state follows the name, which is in parentheses.
+        const size_t close = line.rfind(')');
+        if (close == std::string::npos || close + 2 >= line.size()) return false;
+        const char state = line[close + 2];
+        if (state == 'T') return true;
+        if (state == 'Z' || state == 'X') return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
+}
+
 int RunningProgram::finish(double seconds) {
     if (pid_ <= 0) return -1;
     const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(seconds);

@@ -53,6 +53,9 @@ public:
     // process ended or the time ran out first.
     bool waitFor(const std::string& text, double seconds, int count = 1);
     void signal(int number) const;
+    // True once the process is stopped (by its own SIGSTOP); false when it
+    // ended or the time ran out first.
+    bool waitUntilStopped(double seconds) const;
     // Waits for the end: the exit code, 128 + the signal's number when a
     // signal ended it, or -1 when the time ran out (the process is killed).
     int finish(double seconds);
