@@ -321,6 +321,31 @@ TEST_F(AviRepairTest, LongChunkIsCopiedBlockByBlockWithProgress) {
     EXPECT_LT(progress[progress.size() - 2], 100);
 }
 
+// Runs of zeros in movi, one across a window reload and many percentage
+// steps, are passed over in large steps: the chunks behind them are found,
+// the chunk in front of each run is turned down as in front of any damage,
+// and the progress moves step by step without reaching 100 early.
+TEST_F(AviRepairTest, ZeroRunsInTheMediaAreSkippedLikeAnyDamage) {
+    const std::vector<Chunk> chunks = SomeChunks(4, 2);
+    const size_t zeroRuns[] = {1'500'000, 3, 100'000};
+    std::vector<uint8_t> file = BeginAviFile(VideoAndAudio());
+    std::vector<Chunk> expected;
+    for (size_t i = 0; i < chunks.size(); ++i) {
+        AppendAviChunk(file, chunks[i].id, chunks[i].data);
+        const bool zerosBehind = i == 1 || i == 3 || i == 4;
+        if (zerosBehind) file.insert(file.end(), zeroRuns[i == 1 ? 0 : i == 3 ? 1 : 2], 0);
+        else expected.push_back(chunks[i]);
+    }
+    FinishAvi(file, true);
+    const AviOutcome out = RepairBytes(file);
+    ASSERT_TRUE(out.avi.wellFormed) << out.avi.error;
+    ExpectChunks(out.avi, expected);
+    const std::vector<int> progress = ui_.progress();
+    ASSERT_GE(progress.size(), 50u);
+    for (size_t i = 1; i + 1 < progress.size(); ++i) EXPECT_EQ(progress[i], progress[i - 1] + 1);
+    EXPECT_LT(progress[progress.size() - 2], 100);
+}
+
 TEST_F(AviRepairTest, CancelRemovesEveryFileOfThePass) {
     std::vector<Chunk> chunks = SomeChunks(2, 1);
     chunks.insert(chunks.begin() + 1, Chunk{"00dc", Filler(1'500'000, 5)});
