@@ -13,16 +13,25 @@ namespace {
 // garbage, where every byte is an attempt, a step takes about a tenth of a
 // second.
 constexpr uint64_t kProgressStep = uint64_t(64) << 10;
+// One thread a core, up to four: the walk leaves its core idle once it is
+// done, and the searches often take longer than the walk.
+unsigned SearchThreadCount() { return std::clamp(std::thread::hardware_concurrency(), 1u, 4u); }
 
 }  // namespace
 
 AacSearchWorker::AacSearchWorker(const std::string& path, std::span<const uint8_t> decoderSpecificInfo)
     : decoderSpecificInfo_(decoderSpecificInfo.begin(), decoderSpecificInfo.end()) {
-    if (!file_.open(path)) return;
+    // Each thread reads through its own file, opened here so that a thread
+    // that runs can always search.
+    for (unsigned i = SearchThreadCount(); i > 0; --i) {
+        auto file = std::make_unique<DamagedFile>();
+        if (!file->open(path)) break;
+        files_.push_back(std::move(file));
+    }
     try {
-        thread_ = std::thread([this] { Loop(); });
+        for (auto& file : files_) threads_.emplace_back([this, reading = file.get()] { Loop(*reading); });
     } catch (const std::system_error&) {
-        // No thread: ready() says so and the searches are made in turn.
+        // Fewer threads, or none: ready() says so and the searches are made in turn.
     }
 }
 
@@ -31,15 +40,13 @@ AacSearchWorker::~AacSearchWorker() {
         std::lock_guard lock(mutex_);
         closing_ = true;
     }
-    abandon_ = true;
     changed_.notify_all();
-    if (thread_.joinable()) thread_.join();
+    for (std::thread& thread : threads_) thread.join();
 }
 
 size_t AacSearchWorker::Submit(uint64_t offset, uint64_t length) {
     std::lock_guard lock(mutex_);
-    searches_.push_back(Search{offset, length, false, {}});
-    if (nextToSearch_ + 1 == searches_.size()) searchedUpTo_ = offset;
+    searches_.push_back(Search{offset, length, offset, false, {}});
     changed_.notify_all();
     return searches_.size() - 1;
 }
@@ -52,40 +59,44 @@ SampleRun AacSearchWorker::Take(size_t id) {
 
 bool AacSearchWorker::WaitUntilAllDone(std::chrono::milliseconds timeout) {
     std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, timeout, [&] { return nextToSearch_ == searches_.size(); });
+    return changed_.wait_for(lock, timeout, [&] { return AllDone(); });
 }
 
-void AacSearchWorker::Loop() {
+uint64_t AacSearchWorker::SearchedUpTo() {
+    std::lock_guard lock(mutex_);
+    return AllDone() ? UINT64_MAX : searches_[firstNotDone_].reached;
+}
+
+void AacSearchWorker::Loop(DamagedFile& file) {
     std::unique_lock lock(mutex_);
     while (true) {
-        changed_.wait(lock, [&] { return closing_ || nextToSearch_ < searches_.size(); });
+        changed_.wait(lock, [&] { return closing_ || nextToStart_ < searches_.size(); });
         if (closing_) return;
-        const uint64_t offset = searches_[nextToSearch_].offset;
-        const uint64_t length = searches_[nextToSearch_].length;
+        const size_t id = nextToStart_++;
+        const uint64_t offset = searches_[id].offset, length = searches_[id].length;
         lock.unlock();
-        SampleRun found = Run(offset, length);
+        SampleRun found = Run(id, offset, length, file);
         lock.lock();
-        Search& search = searches_[nextToSearch_];
-        search.found = std::move(found);
-        search.done = true;
-        ++nextToSearch_;
-        searchedUpTo_ = nextToSearch_ < searches_.size() ? searches_[nextToSearch_].offset : UINT64_MAX;
+        searches_[id].found = std::move(found);
+        searches_[id].done = true;
+        while (firstNotDone_ < searches_.size() && searches_[firstNotDone_].done) ++firstNotDone_;
         changed_.notify_all();
     }
 }
 
 // The search of one stretch in steps, so that its progress shows; the
 // frames are those of one CollectAacRun over the stretch.
-SampleRun AacSearchWorker::Run(uint64_t offset, uint64_t length) {
+SampleRun AacSearchWorker::Run(size_t id, uint64_t offset, uint64_t length, DamagedFile& file) {
     // A paused job holds here too; a stopped one keeps nothing.
-    if (abandon_ || WaitWhilePaused()) return {};
-    AacStretchSearch search(file_, offset, decoderSpecificInfo_, AacSearch::Fast);
-    for (uint64_t known = std::min(length, kProgressStep); known < length && !abandon_;
+    if (WaitWhilePaused()) return {};
+    AacStretchSearch search(file, offset, decoderSpecificInfo_, AacSearch::Fast);
+    for (uint64_t known = std::min(length, kProgressStep); known < length;
          known = std::min(length, known + kProgressStep)) {
         search.Advance(offset + known);
-        searchedUpTo_ = offset + known;
+        std::lock_guard lock(mutex_);
+        if (closing_) return {};
+        searches_[id].reached = offset + known;
     }
-    if (abandon_) return {};
     return search.Finish(length);
 }
 

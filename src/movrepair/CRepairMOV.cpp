@@ -90,7 +90,7 @@ private:
     static constexpr size_t kNoSearch = SIZE_MAX;
 
     void StartAacWorker();
-    int ProgressPercent(uint64_t position, uint64_t fileSize) const;
+    int ProgressPercent(uint64_t position, uint64_t fileSize);
     uint64_t NextCandidate(uint64_t position, uint64_t limit);
     void AcceptVideoRun(SampleRun run, uint32_t frameCount);
     void DeferVideoRun(SampleRun run, uint32_t frameCount);
@@ -129,7 +129,7 @@ void MediaDataScan::StartAacWorker() {
 
 // The percentage of the walk; while the other core is behind it, of the
 // point up to which the AAC searches have come.
-int MediaDataScan::ProgressPercent(uint64_t position, uint64_t fileSize) const {
+int MediaDataScan::ProgressPercent(uint64_t position, uint64_t fileSize) {
     if (aacWorker_) position = std::min(position, aacWorker_->SearchedUpTo());
     return int(position * 100 / fileSize);
 }

@@ -171,7 +171,8 @@ TEST_F(InterruptTest, AnAviRepairPausedAtRandomMomentsGivesTheSameFile) {
 TEST_F(InterruptTest, APausedRepairCanStillBeCancelled) {
     const std::string reference = test::NoisyMp4();
     if (reference.empty()) GTEST_SKIP() << "ffmpeg is missing";
-    const std::string damaged = test::NoisyMovieLessMp4(work.path(), "long.mp4", 6);
+    // Long enough that the cancel comes well before 99 %, where it is refused.
+    const std::string damaged = test::NoisyMovieLessMp4(work.path(), "long.mp4", 30);
     const std::string output = work.file("out.mov");
     test::RunningProgram run(program, {damaged, "-r", reference, "-o", output}, work.file("pausecancel.log"));
     ASSERT_TRUE(run.waitFor("Analyzing video file...", kTimeLimit, 2)) << run.output();
@@ -188,7 +189,7 @@ TEST_F(InterruptTest, APausedRepairCanStillBeCancelled) {
 TEST_F(InterruptTest, ATerminationSignalCancelsAsCtrlCDoes) {
     const std::string reference = test::NoisyMp4();
     if (reference.empty()) GTEST_SKIP() << "ffmpeg is missing";
-    const std::string damaged = test::NoisyMovieLessMp4(work.path(), "long.mp4", 6);
+    const std::string damaged = test::NoisyMovieLessMp4(work.path(), "long.mp4", 30);
     const std::string output = work.file("out.mov");
     test::RunningProgram run(program, {damaged, "-r", reference, "-o", output}, work.file("term.log"));
     // The scan against the reference has begun; the job has most of its way before it.
@@ -203,7 +204,7 @@ TEST_F(InterruptTest, ATerminationSignalCancelsAsCtrlCDoes) {
 TEST_F(InterruptTest, ASecondCtrlCLeavesAtOnce) {
     const std::string reference = test::NoisyMp4();
     if (reference.empty()) GTEST_SKIP() << "ffmpeg is missing";
-    const std::string damaged = test::NoisyMovieLessMp4(work.path(), "long.mp4", 6);
+    const std::string damaged = test::NoisyMovieLessMp4(work.path(), "long.mp4", 30);
     const std::string output = work.file("out.mov");
     test::RunningProgram run(program, {damaged, "-r", reference, "-o", output}, work.file("twice.log"));
     // The second pass, against the reference, has started writing its scan.
