@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <csignal>
 #include <filesystem>
+#include <memory>
 #include <random>
 #include <thread>
 
@@ -130,6 +131,25 @@ protected:
         return paused;
     }
 
+    // A MOV repair long enough that a signal sent once its second pass has
+    // begun comes well before 99 %, where a cancel is refused; null when
+    // ffmpeg is missing. The output is aimed at longOutput().
+    std::unique_ptr<test::RunningProgram> startLongMovJob(const std::string& logName) {
+        const std::string reference = test::NoisyMp4();
+        if (reference.empty()) return nullptr;
+        const std::string damaged = test::NoisyMovieLessMp4(work.path(), "long.mp4", 30);
+        auto run = std::make_unique<test::RunningProgram>(
+            program, std::vector<std::string>{damaged, "-r", reference, "-o", longOutput()}, work.file(logName));
+        // The scan against the reference has begun; the job has most of its way before it.
+        EXPECT_TRUE(run->waitFor("Analyzing video file...", kTimeLimit, 2)) << run->output();
+        return run;
+    }
+    std::string longOutput() { return work.file("out.mov"); }
+    void expectNothingLeft() {
+        EXPECT_FALSE(fs::exists(longOutput()));
+        EXPECT_EQ(program.staleOutputs(), std::vector<std::string>{});
+    }
+
     test::TempDir programDir, work;
     test::ProgramCopy program;
 };
@@ -169,55 +189,37 @@ TEST_F(InterruptTest, AnAviRepairPausedAtRandomMomentsGivesTheSameFile) {
 }
 
 TEST_F(InterruptTest, APausedRepairCanStillBeCancelled) {
-    const std::string reference = test::NoisyMp4();
-    if (reference.empty()) GTEST_SKIP() << "ffmpeg is missing";
-    // Long enough that the cancel comes well before 99 %, where it is refused.
-    const std::string damaged = test::NoisyMovieLessMp4(work.path(), "long.mp4", 30);
-    const std::string output = work.file("out.mov");
-    test::RunningProgram run(program, {damaged, "-r", reference, "-o", output}, work.file("pausecancel.log"));
-    ASSERT_TRUE(run.waitFor("Analyzing video file...", kTimeLimit, 2)) << run.output();
-    run.signal(SIGTSTP);
-    ASSERT_TRUE(run.waitUntilStopped(2)) << run.output();
-    EXPECT_NE(run.output().find("Paused"), std::string::npos) << run.output();
-    run.signal(SIGCONT);
-    run.signal(SIGINT);
-    EXPECT_EQ(run.finish(kTimeLimit), 130) << run.output();
-    EXPECT_FALSE(fs::exists(output));
-    EXPECT_EQ(program.staleOutputs(), std::vector<std::string>{});
+    const auto run = startLongMovJob("pausecancel.log");
+    if (!run) GTEST_SKIP() << "ffmpeg is missing";
+    run->signal(SIGTSTP);
+    ASSERT_TRUE(run->waitUntilStopped(2)) << run->output();
+    EXPECT_NE(run->output().find("Paused"), std::string::npos) << run->output();
+    run->signal(SIGCONT);
+    run->signal(SIGINT);
+    EXPECT_EQ(run->finish(kTimeLimit), 130) << run->output();
+    expectNothingLeft();
 }
 
 TEST_F(InterruptTest, ATerminationSignalCancelsAsCtrlCDoes) {
-    const std::string reference = test::NoisyMp4();
-    if (reference.empty()) GTEST_SKIP() << "ffmpeg is missing";
-    const std::string damaged = test::NoisyMovieLessMp4(work.path(), "long.mp4", 30);
-    const std::string output = work.file("out.mov");
-    test::RunningProgram run(program, {damaged, "-r", reference, "-o", output}, work.file("term.log"));
-    // The scan against the reference has begun; the job has most of its way before it.
-    ASSERT_TRUE(run.waitFor("Analyzing video file...", kTimeLimit, 2)) << run.output();
-    run.signal(SIGTERM);
-    EXPECT_EQ(run.finish(kTimeLimit), 130) << run.output();
-    EXPECT_NE(run.output().find(program.text("IDS_REPAIR_ABORTED")), std::string::npos) << run.output();
-    EXPECT_FALSE(fs::exists(output));
-    EXPECT_EQ(program.staleOutputs(), std::vector<std::string>{});
+    const auto run = startLongMovJob("term.log");
+    if (!run) GTEST_SKIP() << "ffmpeg is missing";
+    run->signal(SIGTERM);
+    EXPECT_EQ(run->finish(kTimeLimit), 130) << run->output();
+    EXPECT_NE(run->output().find(program.text("IDS_REPAIR_ABORTED")), std::string::npos) << run->output();
+    expectNothingLeft();
 }
 
 TEST_F(InterruptTest, ASecondCtrlCLeavesAtOnce) {
-    const std::string reference = test::NoisyMp4();
-    if (reference.empty()) GTEST_SKIP() << "ffmpeg is missing";
-    const std::string damaged = test::NoisyMovieLessMp4(work.path(), "long.mp4", 30);
-    const std::string output = work.file("out.mov");
-    test::RunningProgram run(program, {damaged, "-r", reference, "-o", output}, work.file("twice.log"));
-    // The second pass, against the reference, has started writing its scan.
-    ASSERT_TRUE(run.waitFor("Analyzing video file...", kTimeLimit, 2)) << run.output();
-    run.signal(SIGINT);
+    const auto run = startLongMovJob("twice.log");
+    if (!run) GTEST_SKIP() << "ffmpeg is missing";
+    run->signal(SIGINT);
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     const auto second = Clock::now();
-    run.signal(SIGINT);
-    EXPECT_EQ(run.finish(kTimeLimit), 130) << run.output();
+    run->signal(SIGINT);
+    EXPECT_EQ(run->finish(kTimeLimit), 130) << run->output();
     // The first Ctrl-C alone would hold the job half a second for its question.
     EXPECT_LT(SecondsSince(second), 0.4);
-    EXPECT_FALSE(fs::exists(output));
-    EXPECT_EQ(program.staleOutputs(), std::vector<std::string>{});
+    expectNothingLeft();
 }
 
 }  // namespace
