@@ -80,7 +80,7 @@ public:
     void MakeRequests();
 
 private:
-    // A video run found while the AAC searches are made on the other core:
+    // A video run found while the AAC searches are made by the search threads:
     // it is recorded once the frames of the stretch in front of it are known.
     struct DeferredRun {
         SampleRun run;
@@ -110,7 +110,7 @@ private:
     ChunkEntryList video_, audio_;
     const DecoderSpecifiInfoWrapper* aacConfig_ = nullptr;
     bool aacConfigRead_ = false;
-    // With the fast reading, the AAC stretches are searched on the other core.
+    // With the fast reading, the AAC stretches are searched by threads of their own.
     std::unique_ptr<AacSearchWorker> aacWorker_;
     std::vector<DeferredRun> deferredRuns_;
     size_t frontSearch_ = kNoSearch;
@@ -119,7 +119,7 @@ private:
     bool frontStretchEmpty_ = false;
 };
 
-// The searches go to the other core only where they are AAC searches of the
+// The searches go to threads of their own only where they are AAC searches of the
 // fast reading; without a thread they are made in turn.
 void MediaDataScan::StartAacWorker() {
     if (state_.straightforwardReading || !Is(Session().audioCoderFormat, "MP4A_AUDIO_CODER_FORMAT")) return;
@@ -127,7 +127,7 @@ void MediaDataScan::StartAacWorker() {
     if (!aacWorker_->ready()) aacWorker_.reset();
 }
 
-// The percentage of the walk; while the other core is behind it, of the
+// The percentage of the walk; while the searches are behind it, of the
 // point up to which the AAC searches have come.
 int MediaDataScan::ProgressPercent(uint64_t position, uint64_t fileSize) {
     if (aacWorker_) position = std::min(position, aacWorker_->SearchedUpTo());
@@ -197,7 +197,7 @@ void MediaDataScan::RecordVideoRun(SampleRun run, uint32_t frameCount) {
     state_.sampleRuns.push_back(std::move(run));
 }
 
-// Hands the stretch in front of the run to the other core, and with the
+// Hands the stretch in front of the run to the search threads, and with the
 // first such stretch the one in front of the first run.
 void MediaDataScan::DeferVideoRun(SampleRun run, uint32_t frameCount) {
     size_t gapSearch = kNoSearch;
@@ -210,7 +210,7 @@ void MediaDataScan::DeferVideoRun(SampleRun run, uint32_t frameCount) {
     deferredRuns_.push_back({std::move(run), frameCount, gapSearch});
 }
 
-// Once the walk is done: waits for the other core, showing how far it has
+// Once the walk is done: waits for the search threads, showing how far it has
 // come, and records the runs and the audio between them in file order, as
 // the walk records them when the searches are made in turn.
 void MediaDataScan::RecordDeferredRuns(uint64_t fileSize, int walkPercent, int& lastShown) {
