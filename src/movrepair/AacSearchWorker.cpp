@@ -57,9 +57,19 @@ SampleRun AacSearchWorker::Take(size_t id) {
     return std::move(searches_[id].found);
 }
 
-bool AacSearchWorker::WaitUntilAllDone(std::chrono::milliseconds timeout) {
+bool AacSearchWorker::Done(size_t id) {
+    std::lock_guard lock(mutex_);
+    return searches_.at(id).done;
+}
+
+size_t AacSearchWorker::DoneCount() {
+    std::lock_guard lock(mutex_);
+    return doneCount_;
+}
+
+void AacSearchWorker::WaitForMoreDone(size_t count, std::chrono::milliseconds timeout) {
     std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, timeout, [&] { return AllDone(); });
+    changed_.wait_for(lock, timeout, [&] { return doneCount_ > count; });
 }
 
 uint64_t AacSearchWorker::SearchedUpTo() {
@@ -79,6 +89,7 @@ void AacSearchWorker::Loop(DamagedFile& file) {
         lock.lock();
         searches_[id].found = std::move(found);
         searches_[id].done = true;
+        ++doneCount_;
         while (firstNotDone_ < searches_.size() && searches_[firstNotDone_].done) ++firstNotDone_;
         changed_.notify_all();
     }

@@ -1,11 +1,13 @@
 #pragma once
 // The AAC searches of a scan, made on the other cores while the walk goes
 // on. Each stretch between two video runs is handed over as soon as both
-// its ends are known, and its frames are taken back once the walk is done.
+// its ends are known, and its frames are taken back, in file order, as the
+// searches end.
 // Every stretch gets a decoder of its own, exactly as when the stretches
 // are searched in turn, so the frames found are the same; stretches are
 // independent, so several threads search them side by side.
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
@@ -39,8 +41,12 @@ public:
     // The frames of a search, once it is done; each search is taken once.
     // Empty when the job was stopped during the search.
     SampleRun Take(size_t id);
-    // Waits up to timeout for every search handed over; true when all are done.
-    bool WaitUntilAllDone(std::chrono::milliseconds timeout);
+    // Whether a search is done, so that Take would not wait.
+    bool Done(size_t id);
+    // How many searches are done; WaitForMoreDone waits up to timeout until
+    // more than count are.
+    size_t DoneCount();
+    void WaitForMoreDone(size_t count, std::chrono::milliseconds timeout);
     // How far the searches have come, as a position in the file: every byte
     // of the stretches handed over below it has been searched.
     uint64_t SearchedUpTo();
@@ -64,6 +70,7 @@ private:
     std::deque<Search> searches_;  // by id
     size_t nextToStart_ = 0;
     size_t firstNotDone_ = 0;
+    size_t doneCount_ = 0;
     bool closing_ = false;
     std::vector<std::thread> threads_;
 };

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <cstdio>
 #include <functional>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -18,6 +19,7 @@
 #include "movrepair/FrameSizeFolder.h"
 #include "movrepair/MovRepairState.h"
 #include "movrepair/NalStartFilter.h"
+#include "movrepair/SampleCopier.h"
 #include "movrepair/VideoSampleRecognition.h"
 #include "platform/ByteReader.h"
 #include "platform/ByteWriter.h"
@@ -29,9 +31,6 @@ namespace {
 
 // The last shown percentage starts here so that the first value always shows.
 constexpr int kNothingShown = 1000;
-// Samples are copied in pieces of at most this size, with a look at the
-// pause and stop flags between pieces.
-constexpr size_t kCopyPiece = size_t(4) << 20;
 // The walk passes over positions that start no chain in batches of at most
 // this many bytes, with a look at the flags between batches.
 constexpr uint64_t kSkipBatch = 64 * 1024;
@@ -90,11 +89,16 @@ private:
     static constexpr size_t kNoSearch = SIZE_MAX;
 
     void StartAacWorker();
+    void OpenOutput();
+    void CloseOutput();
+    bool WriteSettledRuns();
     int ProgressPercent(uint64_t position, uint64_t fileSize);
     uint64_t NextCandidate(uint64_t position, uint64_t limit);
-    void AcceptVideoRun(SampleRun run, uint32_t frameCount);
+    bool AcceptVideoRun(SampleRun run, uint32_t frameCount);
     void DeferVideoRun(SampleRun run, uint32_t frameCount);
-    void RecordDeferredRuns(uint64_t fileSize, int walkPercent, int& lastShown);
+    bool Searched(const DeferredRun& deferred);
+    bool RecordSearchedRuns();
+    void FinishDeferredRuns(uint64_t fileSize, int walkPercent, int& lastShown);
     void RecordVideoRun(SampleRun run, uint32_t frameCount);
     void TakeGap(uint64_t runOffset);
     void TakeAacFrames(SampleRun found, const std::function<SampleRun()>& searchFront);
@@ -112,11 +116,20 @@ private:
     bool aacConfigRead_ = false;
     // With the fast reading, the AAC stretches are searched by threads of their own.
     std::unique_ptr<AacSearchWorker> aacWorker_;
-    std::vector<DeferredRun> deferredRuns_;
+    std::deque<DeferredRun> deferredRuns_;
+    std::optional<uint64_t> lastRunEnd_;  // of the last run deferred
     size_t frontSearch_ = kNoSearch;
     // The search of the stretch in front of the first run found nothing. The
     // stretch and a fresh decoder are the same at every run, so is the result.
     bool frontStretchEmpty_ = false;
+    // Where the samples of the runs are written as soon as their place in
+    // the output is known (see CRepairMOV::SetOutputPath).
+    DamagedFile copyInput_;
+    File output_;
+    std::unique_ptr<SampleCopier> copier_;
+    // The head of sampleRuns is final once the stretch in front of the
+    // second run has been taken: only then is an audio run put in front.
+    bool headSettled_ = false;
 };
 
 // The searches go to threads of their own only where they are AAC searches of the
@@ -125,6 +138,40 @@ void MediaDataScan::StartAacWorker() {
     if (state_.straightforwardReading || !Is(Session().audioCoderFormat, "MP4A_AUDIO_CODER_FORMAT")) return;
     aacWorker_ = std::make_unique<AacSearchWorker>(Session().corruptedPath, AacConfig());
     if (!aacWorker_->ready()) aacWorker_.reset();
+}
+
+// With the fast reading, the output is written while the walk goes on, so
+// that the copy and the disk's work overlap the search. Without an output
+// (none given, or it cannot be made) the writer copies everything later.
+void MediaDataScan::OpenOutput() {
+    if (state_.straightforwardReading || state_.outputPath.empty()) return;
+    const uint8_t room[16] = {};
+    if (!copyInput_.open(Session().corruptedPath) ||
+        !output_.open(state_.outputPath, FileAccess::ReadWrite, FileCreation::CreateAlways) ||
+        !output_.writeAt(0, room, sizeof room)) {
+        CloseOutput();
+        return;
+    }
+    copier_ = std::make_unique<SampleCopier>(copyInput_, output_, sizeof room);
+}
+
+void MediaDataScan::CloseOutput() {
+    copier_.reset();
+    output_.close();
+    copyInput_.close();
+}
+
+// Writes the samples of the runs recorded since the last call, once the
+// head of the runs is final. False when the job was stopped.
+bool MediaDataScan::WriteSettledRuns() {
+    if (!copier_ || !headSettled_) return true;
+    for (; state_.writtenRuns < state_.sampleRuns.size(); ++state_.writtenRuns) {
+        if (WaitWhilePaused()) return false;
+        for (const auto& sample : state_.sampleRuns[state_.writtenRuns])
+            if (!copier_->Add(*sample)) return false;
+        if (!copier_->Flush()) return false;
+    }
+    return true;
 }
 
 // The percentage of the walk; while the searches are behind it, of the
@@ -138,6 +185,7 @@ bool MediaDataScan::Run() {
     DamagedFile& file = state_.damagedFile;
     const uint64_t fileSize = file.size();
     StartAacWorker();
+    OpenOutput();
     int lastShown = kNothingShown;
     // What the walk alone shows last, which is the job's figure in the end.
     int walkPercent = 0;
@@ -160,9 +208,12 @@ bool MediaDataScan::Run() {
             continue;
         }
         position = run.back()->offset + run.back()->size;
-        AcceptVideoRun(std::move(run), frameCount);
+        if (!AcceptVideoRun(std::move(run), frameCount)) return false;
     }
-    if (aacWorker_) RecordDeferredRuns(fileSize, walkPercent, lastShown);
+    if (aacWorker_) FinishDeferredRuns(fileSize, walkPercent, lastShown);
+    headSettled_ = true;
+    if (!WriteSettledRuns()) return false;
+    CloseOutput();
     return !WaitWhilePaused();
 }
 
@@ -184,11 +235,19 @@ uint64_t MediaDataScan::NextCandidate(uint64_t position, uint64_t limit) {
     return limit;
 }
 
-void MediaDataScan::AcceptVideoRun(SampleRun run, uint32_t frameCount) {
-    if (aacWorker_) return DeferVideoRun(std::move(run), frameCount);
+// False when the job was stopped while the samples were written.
+bool MediaDataScan::AcceptVideoRun(SampleRun run, uint32_t frameCount) {
+    if (aacWorker_) {
+        DeferVideoRun(std::move(run), frameCount);
+        return RecordSearchedRuns();
+    }
     // Nothing in front of the first run is looked at now.
-    if (!state_.videoSamples.empty()) TakeGap(run.front()->offset);
+    if (!state_.videoSamples.empty()) {
+        TakeGap(run.front()->offset);
+        headSettled_ = true;
+    }
     RecordVideoRun(std::move(run), frameCount);
+    return WriteSettledRuns();
 }
 
 void MediaDataScan::RecordVideoRun(SampleRun run, uint32_t frameCount) {
@@ -197,33 +256,53 @@ void MediaDataScan::RecordVideoRun(SampleRun run, uint32_t frameCount) {
     state_.sampleRuns.push_back(std::move(run));
 }
 
-// Hands the stretch in front of the run to the search threads, and with the
-// first such stretch the one in front of the first run.
+// Hands the stretch in front of the run to the search threads; with the
+// first run, the stretch in front of it, whose search is the longest
+// wherever the file starts with something else than audio.
 void MediaDataScan::DeferVideoRun(SampleRun run, uint32_t frameCount) {
     size_t gapSearch = kNoSearch;
-    if (!deferredRuns_.empty()) {
-        const CSample& last = *deferredRuns_.back().run.back();
-        const uint64_t lastEnd = last.offset + last.size;
-        if (frontSearch_ == kNoSearch) frontSearch_ = aacWorker_->Submit(0, deferredRuns_.front().run.front()->offset);
-        gapSearch = aacWorker_->Submit(lastEnd, run.front()->offset - lastEnd);
-    }
+    const uint64_t start = run.front()->offset;
+    if (lastRunEnd_) gapSearch = aacWorker_->Submit(*lastRunEnd_, start - *lastRunEnd_);
+    else frontSearch_ = aacWorker_->Submit(0, start);
+    lastRunEnd_ = run.back()->offset + run.back()->size;
     deferredRuns_.push_back({std::move(run), frameCount, gapSearch});
 }
 
-// Once the walk is done: waits for the search threads, showing how far it has
-// come, and records the runs and the audio between them in file order, as
-// the walk records them when the searches are made in turn.
-void MediaDataScan::RecordDeferredRuns(uint64_t fileSize, int walkPercent, int& lastShown) {
-    using namespace std::chrono_literals;
-    while (!aacWorker_->WaitUntilAllDone(100ms)) ShowPercent(ProgressPercent(fileSize, fileSize), lastShown);
-    ShowPercent(walkPercent, lastShown);
-    if (Session().stopRequested) return;
-    for (DeferredRun& deferred : deferredRuns_) {
-        if (deferred.gapSearch != kNoSearch)
+// Whether the searches that the recording of the run takes are done.
+bool MediaDataScan::Searched(const DeferredRun& deferred) {
+    if (deferred.gapSearch == kNoSearch) return true;
+    const bool takesFront = state_.audioSamples.empty() && !frontStretchEmpty_;
+    return aacWorker_->Done(deferred.gapSearch) && (!takesFront || aacWorker_->Done(frontSearch_));
+}
+
+// Records the runs whose stretch in front has been searched, with the
+// audio between them, in file order, as the walk records them when the
+// searches are made in turn; then writes their samples. False when the job
+// was stopped.
+bool MediaDataScan::RecordSearchedRuns() {
+    while (!deferredRuns_.empty() && Searched(deferredRuns_.front())) {
+        DeferredRun& deferred = deferredRuns_.front();
+        if (deferred.gapSearch != kNoSearch) {
             TakeAacFrames(aacWorker_->Take(deferred.gapSearch), [&] { return aacWorker_->Take(frontSearch_); });
+            headSettled_ = true;
+        }
         RecordVideoRun(std::move(deferred.run), deferred.frameCount);
+        deferredRuns_.pop_front();
     }
-    deferredRuns_.clear();
+    return WriteSettledRuns();
+}
+
+// Once the walk is done: records the remaining runs as their searches end,
+// showing how far the searches have come.
+void MediaDataScan::FinishDeferredRuns(uint64_t fileSize, int walkPercent, int& lastShown) {
+    using namespace std::chrono_literals;
+    while (!Session().stopRequested) {
+        const size_t done = aacWorker_->DoneCount();
+        if (!RecordSearchedRuns() || deferredRuns_.empty()) break;
+        aacWorker_->WaitForMoreDone(done, 100ms);
+        ShowPercent(ProgressPercent(fileSize, fileSize), lastShown);
+    }
+    ShowPercent(walkPercent, lastShown);
 }
 
 // The stretch between the last video run and the next is audio of the
@@ -298,61 +377,14 @@ void MediaDataScan::MakeRequests() {
     state_.videoRequest->chunkEntries = video_.HandOver(state_.chunkEntryRows);
 }
 
-// Copies samples behind each other into out. Samples that follow each other
-// in the damaged file too (the units of a chain, the frames of an audio run)
-// are gathered into one extent, read and written in pieces of at most
-// kCopyPiece through one reused buffer, so a run costs a few system calls
-// instead of two per sample. Bytes that cannot be read are written as zeros.
-class SampleCopier {
-public:
-    SampleCopier(DamagedFile& in, File& out, uint64_t outputEnd) : in_(in), out_(out), outputEnd_(outputEnd) {}
-
-    // The end of the output once everything handed over is written.
-    uint64_t outputEnd() const { return outputEnd_; }
-
-    // False when the job was stopped during a long copy.
-    bool Add(const CSample& sample) {
-        const bool follows = pendingLength_ > 0 && sample.offset == pendingOffset_ + pendingLength_;
-        if (!follows) {
-            if (!Flush()) return false;
-            pendingOffset_ = sample.offset;
-        }
-        pendingLength_ += sample.size;
-        outputEnd_ += sample.size;
-        return true;
-    }
-
-    // Writes what is gathered; false when the job was stopped meanwhile.
-    bool Flush() {
-        const uint64_t start = outputEnd_ - pendingLength_;
-        for (uint64_t done = 0; done < pendingLength_;) {
-            if (done > 0 && WaitWhilePaused()) return false;
-            const size_t count = size_t(std::min<uint64_t>(kCopyPiece, pendingLength_ - done));
-            if (piece_.size() < count) piece_.resize(count);
-            const size_t got = in_.read(pendingOffset_ + done, piece_.data(), count);
-            std::fill(piece_.begin() + std::ptrdiff_t(got), piece_.begin() + std::ptrdiff_t(count), 0);
-            out_.writeAt(start + done, piece_.data(), count);
-            done += count;
-        }
-        pendingLength_ = 0;
-        return true;
-    }
-
-private:
-    DamagedFile& in_;
-    File& out_;
-    uint64_t outputEnd_;
-    uint64_t pendingOffset_ = 0;
-    uint64_t pendingLength_ = 0;
-    std::vector<uint8_t> piece_;
-};
-
 }  // namespace
 
 CRepairMOV::CRepairMOV() {
     MovState().Clear();
     Session().jobFailed = 0;
 }
+
+void CRepairMOV::SetOutputPath(std::string tempPath) { MovState().outputPath = std::move(tempPath); }
 
 void CRepairMOV::ScanMediaData() {
     RepairSession& s = Session();
@@ -381,10 +413,17 @@ void CRepairMOV::ScanMediaData() {
 
 void CRepairMOV::WriteRepairedFile(std::string tempPath, std::string damagedPath) {
     RepairSession& s = Session();
-    File out(tempPath, FileAccess::ReadWrite, FileCreation::CreateAlways);
+    MovRepairState& state = MovState();
+    // The samples the scan wrote are kept; otherwise the file is made anew.
+    File out;
+    if (state.writtenRuns == 0 || tempPath != state.outputPath ||
+        !out.open(tempPath, FileAccess::ReadWrite, FileCreation::OpenExisting)) {
+        state.writtenRuns = 0;
+        out.open(tempPath, FileAccess::ReadWrite, FileCreation::CreateAlways);
+    }
     SetHiddenAttribute(tempPath);
     DamagedFile in;
-    in.open(damagedPath, MovState().straightforwardReading);
+    in.open(damagedPath, state.straightforwardReading);
     s.previewDescriptor = tempPath + "$$" + s.corruptedName + "$$" + SizeText(in.size()) + "$$";
     WriteSampleData(out, in);
     in.close();
@@ -402,7 +441,7 @@ void CRepairMOV::WriteSampleData(File& out, DamagedFile& in) {
     state.mediaHeaderPos = 0;
     const uint8_t room[16] = {};
     out.writeAt(0, room, sizeof room);
-    s.movOutputSize = out.size().value_or(0);
+    s.movOutputSize = state.writtenRuns > 0 ? sizeof room : out.size().value_or(0);
 
     s.Ui().showStatus("Writing audio / video data forks..");
     s.percent = 0;
@@ -417,13 +456,14 @@ void CRepairMOV::WriteSampleData(File& out, DamagedFile& in) {
     for (const SampleRun& run : state.sampleRuns) {
         if (WaitWhilePaused()) return out.close();
         ShowPercent(int(runIndex * 100 / runCount), lastShown);
+        const bool written = runIndex < state.writtenRuns;  // by the scan
         ++runIndex;
         if (run.empty()) continue;
         // The output size at the start of a run is the offset of its chunk.
         (IsVideoType(run.front()->type) ? videoOffsets : audioOffsets).push_back(s.movOutputSize);
         for (const auto& sample : run) {
             folder.Add(*sample, videoSizes, audioSizes);
-            if (!copier.Add(*sample)) return out.close();
+            if (!(written ? copier.Pass(*sample) : copier.Add(*sample))) return out.close();
         }
         // The copy of a run is finished before the flags are looked at again.
         if (!copier.Flush()) return out.close();

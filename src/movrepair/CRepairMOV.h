@@ -19,6 +19,11 @@ public:
     // Clears the repair record and the failure flag of the job.
     CRepairMOV();
 
+    // The path that WriteRepairedFile will be given. When it is known
+    // before the scan, the scan writes the samples into it as it finds them,
+    // so that copying and the disk's work overlap the search.
+    void SetOutputPath(std::string tempPath);
+
     // Finds the video and audio samples of Session().corruptedPath with the
     // help of Session().referenceFile; leaves them in MovState(). Does
     // nothing unless the reference's video is H.264 or H.265.

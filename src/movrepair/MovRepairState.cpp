@@ -17,6 +17,8 @@ void MovRepairState::Clear() {
     videoRequest.reset();
     chunkEntryRows.clear();
     mediaHeaderPos = 0;
+    outputPath.clear();
+    writtenRuns = 0;
     repairedFile.reset();
 }
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "movrepair/CSample.h"
@@ -35,6 +36,10 @@ struct MovRepairState {
     // The sample-to-chunk rows that the requests point at.
     ChunkEntryRows chunkEntryRows;
     uint64_t mediaHeaderPos = 0;
+    // The file the repaired movie goes to, when known before the scan; the
+    // scan writes the samples of the first writtenRuns runs into it.
+    std::string outputPath;
+    size_t writtenRuns = 0;
     // The file that holds the rebuilt movie once the writer has made it.
     std::unique_ptr<GFile> repairedFile;
     // The plain way of working, kept to check the fast one against: a

@@ -106,6 +106,16 @@ bool File::truncate(uint64_t size) {
 
 bool File::flush() { return fd_ >= 0 && ::fsync(fd_) == 0; }
 
+void File::startWriteBack(uint64_t position, uint64_t count) {
+#ifdef __linux__
+    if (fd_ >= 0 && position <= uint64_t(INT64_MAX) && count <= uint64_t(INT64_MAX) - position)
+        ::sync_file_range(fd_, off_t(position), off_t(count), SYNC_FILE_RANGE_WRITE);
+#else
+    (void)position;
+    (void)count;
+#endif
+}
+
 bool DeleteFilePath(const std::string& path) { return ::unlink(path.c_str()) == 0; }
 
 bool CreateDirectoryPath(const std::string& path) { return ::mkdir(path.c_str(), 0755) == 0; }

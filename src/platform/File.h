@@ -48,6 +48,10 @@ public:
 
     bool truncate(uint64_t size);  // cuts or extends the file to size
     bool flush();
+    // Starts writing [position, position + count) to the disk without
+    // waiting for it, so that a later flush has less to wait for. A hint:
+    // where the system has no such call, nothing happens.
+    void startWriteBack(uint64_t position, uint64_t count);
 
 private:
     int fd_ = -1;

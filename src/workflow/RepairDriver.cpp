@@ -81,11 +81,12 @@ int movBranch() {
         return 0;
     }
 
-    engine->ScanMediaData();
     const std::string dir = TemporaryDir();
     if (CreateDirectoryPath(dir)) SetHiddenAttribute(dir);
     const std::string output = JoinPath(dir, "Repaired.mov");
     DeleteFilePath(output);
+    engine->SetOutputPath(output);
+    engine->ScanMediaData();
     s.tempOutputPath = output;
     engine->WriteRepairedFile(s.tempOutputPath, s.corruptedPath);
 

@@ -33,10 +33,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     file->ScanFile(s.scanPath);
     if (!file->movie) __builtin_trap();  // the reference is healthy: a scan that misses its movie is a fault
 
-    engine->ScanMediaData();
     tolmi::CreateDirectoryPath(workspace.File("$tmp"));
     s.tempOutputPath = workspace.TmpFile("Repaired.mov");
     tolmi::DeleteFilePath(s.tempOutputPath);
+    engine->SetOutputPath(s.tempOutputPath);
+    engine->ScanMediaData();
     engine->WriteRepairedFile(s.tempOutputPath, s.corruptedPath);
     s.reset();
     return 0;

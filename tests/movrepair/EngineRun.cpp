@@ -9,6 +9,19 @@
 #include "workflow/RepairSession.h"
 
 namespace tolmi::test {
+namespace {
+
+// "Repaired.mov" in the temporary folder of moduleDir, which is made; a
+// result of an earlier run is removed.
+std::string MovOutputPath(const std::string& moduleDir) {
+    const std::string dir = JoinPath(moduleDir, "$tmp");
+    CreateDirectoryPath(dir);
+    const std::string path = JoinPath(dir, "Repaired.mov");
+    DeleteFilePath(path);
+    return path;
+}
+
+}  // namespace
 
 std::shared_ptr<CRepairMOV> PrepareMovJob(const std::string& damaged, const std::string& reference,
                                           const std::string& moduleDir, WorkflowUi* ui) {
@@ -27,15 +40,14 @@ std::shared_ptr<CRepairMOV> PrepareMovJob(const std::string& damaged, const std:
     s.referenceFile = file;
     s.engine = engine;
     file->ScanFile(s.scanPath);
-    return file->movie ? engine : nullptr;
+    if (!file->movie) return nullptr;
+    engine->SetOutputPath(MovOutputPath(moduleDir));
+    return engine;
 }
 
 std::string WriteMovResult(CRepairMOV& engine, const std::string& moduleDir) {
     RepairSession& s = Session();
-    const std::string dir = JoinPath(moduleDir, "$tmp");
-    CreateDirectoryPath(dir);
-    s.tempOutputPath = JoinPath(dir, "Repaired.mov");
-    DeleteFilePath(s.tempOutputPath);
+    s.tempOutputPath = JoinPath(JoinPath(moduleDir, "$tmp"), "Repaired.mov");
     engine.WriteRepairedFile(s.tempOutputPath, s.corruptedPath);
     return s.tempOutputPath;
 }

@@ -12,7 +12,8 @@
 namespace tolmi::test {
 
 // Sets up Session() for a MOV job on damaged and scans reference into
-// referenceFile. The engine, or null when the reference has no movie.
+// referenceFile; the engine is told the path of the result, which the scan
+// may write into. The engine, or null when the reference has no movie.
 std::shared_ptr<CRepairMOV> PrepareMovJob(const std::string& damaged, const std::string& reference,
                                           const std::string& moduleDir, WorkflowUi* ui = nullptr);
 // Writes the rebuilt file into the temporary folder of moduleDir; its path.

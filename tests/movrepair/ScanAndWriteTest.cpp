@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -19,6 +20,8 @@
 #include "container/CAtomCreationRequest.h"
 #include "movrepair/MovRepairState.h"
 #include "platform/ByteReader.h"
+#include "platform/Environment.h"
+#include "platform/File.h"
 #include "workflow/RepairSession.h"
 
 namespace tolmi {
@@ -312,7 +315,50 @@ TEST_F(ScanAndWrite, AStopBeforeTheScanLeavesNoRequests) {
     EXPECT_TRUE(MovState().sampleRuns.empty());
 }
 
+// The scan writes the samples of each run into the result as soon as its
+// place is known; the writer keeps them. The file is the one written when
+// the writer copies everything, also when the early copy is lost before
+// the writer comes.
+TEST_F(ScanAndWrite, TheSamplesTheScanWritesAheadGiveTheFileOfACopyAtTheEnd) {
+    Bytes content = Pictures(3, 4);
+    Append(content, Audio(3, 12));
+    Append(content, Pictures(3, 7));
+    Append(content, Audio(4, 16));
+    Append(content, Pictures(3, 10));
+    for (const char* format : {"MP4A_AUDIO_CODER_FORMAT", "SOWT_AUDIO_CODER_FORMAT"}) {
+        SCOPED_TRACE(format);
+        auto engine = Scan(content, format);
+        ASSERT_TRUE(engine);
+        const MovRepairState& state = MovState();
+        ASSERT_EQ(state.sampleRuns.size(), 5u);
+        EXPECT_EQ(state.writtenRuns, 5u);
+        uint64_t sampleBytes = 0;
+        for (const SampleRun& run : state.sampleRuns)
+            for (const auto& sample : run) sampleBytes += sample->size;
+        const std::string output = JoinPath(JoinPath(dir_.path(), "$tmp"), "Repaired.mov");
+        EXPECT_EQ(test::ReadAll(output).size(), 16 + sampleBytes);
+        const Bytes early = test::ReadAll(test::WriteMovResult(*engine, dir_.path()));
+
+        engine = Scan(content, format);
+        ASSERT_TRUE(engine);
+        DeleteFilePath(output);
+        const Bytes lost = test::ReadAll(test::WriteMovResult(*engine, dir_.path()));
+
+        engine = test::PrepareMovJob(damaged_, reference_, dir_.path(), &ui_);
+        ASSERT_TRUE(engine);
+        Session().audioCoderFormat = format;
+        engine->SetOutputPath("");
+        engine->ScanMediaData();
+        EXPECT_EQ(MovState().writtenRuns, 0u);
+        const Bytes atTheEnd = test::ReadAll(test::WriteMovResult(*engine, dir_.path()));
+        EXPECT_GT(atTheEnd.size(), 16 + sampleBytes);
+        EXPECT_EQ(early, atTheEnd);
+        EXPECT_EQ(lost, atTheEnd);
+    }
+}
+
 TEST_F(ScanAndWrite, AStopInTheWriterLeavesTheMediaDataUnfinished) {
+    static constexpr uint8_t kMoov[] = {'m', 'o', 'o', 'v'};
     Bytes content = Pictures(3, 4);
     Append(content, Audio(3, 12));
     Append(content, Pictures(3, 7));
@@ -320,8 +366,12 @@ TEST_F(ScanAndWrite, AStopInTheWriterLeavesTheMediaDataUnfinished) {
     ASSERT_TRUE(engine);
     ui_.onCall("showStatus Writing", [] { Session().stopRequested = 1; });
     std::string output = test::WriteMovResult(*engine, dir_.path());
-    // Only the room for the media data header was written; no movie follows.
-    EXPECT_EQ(test::ReadAll(output), Bytes(16, 0));
+    // The header of the media data is still the room left for it (the samples
+    // the scan wrote may follow), and no movie follows.
+    const Bytes written = test::ReadAll(output);
+    ASSERT_GE(written.size(), 16u);
+    EXPECT_EQ(Bytes(written.begin(), written.begin() + 16), Bytes(16, 0));
+    EXPECT_EQ(std::search(written.begin(), written.end(), kMoov, kMoov + 4), written.end());
     EXPECT_EQ(Session().jobFailed, 0);
 }
 
