@@ -33,14 +33,14 @@ std::string CaseName(const ::testing::TestParamInfo<Case>& info) { return CaseTe
 void PrintTo(const Case& c, std::ostream* os) { *os << CaseText(c); }
 
 // A packet's chunk, header and padding included, in the source's offsets.
-bool Overlaps(const ProbePacket& p, const Stretch& s) {
+bool Overlaps(const PacketRecord& p, const Stretch& s) {
     const uint64_t begin = p.pos - 8, end = p.pos + p.size + (p.size & 1);
     return begin < s.end && s.begin < end;
 }
 
-std::map<int, std::vector<std::string>> HashesByStream(const std::vector<ProbePacket>& packets) {
+std::map<int, std::vector<std::string>> HashesByStream(const std::vector<PacketRecord>& packets) {
     std::map<int, std::vector<std::string>> byStream;
-    for (const ProbePacket& p : packets) byStream[p.stream].push_back(p.hash);
+    for (const PacketRecord& p : packets) byStream[p.stream].push_back(p.hash);
     return byStream;
 }
 
@@ -55,8 +55,8 @@ bool IsSubsequence(const std::vector<std::string>& part, const std::vector<std::
 }
 
 // The packets of an undamaged clip, probed once for all its cases.
-std::vector<ProbePacket> SourcePackets(const std::string& path) {
-    static std::map<std::string, std::vector<ProbePacket>> probed;
+std::vector<PacketRecord> SourcePackets(const std::string& path) {
+    static std::map<std::string, std::vector<PacketRecord>> probed;
     auto it = probed.find(path);
     if (it == probed.end()) it = probed.emplace(path, ProbePackets(path)).first;
     return it->second;
@@ -69,7 +69,7 @@ TEST_P(AviEndToEnd, RepairedFilePlaysAndKeepsEverySurvivingChunk) {
     const std::string sourcePath = MakeClip(GetParam().clip);
     ASSERT_FALSE(sourcePath.empty());
     const std::vector<uint8_t> source = ReadAll(sourcePath);
-    std::vector<ProbePacket> sourcePackets = SourcePackets(sourcePath);
+    std::vector<PacketRecord> sourcePackets = SourcePackets(sourcePath);
     ASSERT_GT(sourcePackets.size(), 100u);
 
     const auto [damaged, stretch] = Damaged(source, GetParam().damage);
@@ -78,7 +78,7 @@ TEST_P(AviEndToEnd, RepairedFilePlaysAndKeepsEverySurvivingChunk) {
     ASSERT_TRUE(out.avi.wellFormed) << out.avi.error;
     const std::string outputPath = TmpFile("Repaired.avi");
 
-    const std::vector<ProbePacket> outputPackets = ProbePackets(outputPath);
+    const std::vector<PacketRecord> outputPackets = ProbePackets(outputPath);
     ASSERT_FALSE(outputPackets.empty()) << "ffprobe cannot read the result";
     EXPECT_EQ(out.avi.index.size(), out.avi.chunks.size());
     EXPECT_EQ(Session().aviVideoChunks + Session().aviAudioChunks, out.avi.chunks.size());
@@ -86,9 +86,9 @@ TEST_P(AviEndToEnd, RepairedFilePlaysAndKeepsEverySurvivingChunk) {
     // Chunks come out whole and in order; only a chunk hit by the damage
     // may come out with other bytes.
     std::sort(sourcePackets.begin(), sourcePackets.end(),
-              [](const ProbePacket& a, const ProbePacket& b) { return a.pos < b.pos; });
+              [](const PacketRecord& a, const PacketRecord& b) { return a.pos < b.pos; });
     size_t lost = 0;
-    for (const ProbePacket& p : sourcePackets) lost += Overlaps(p, stretch);
+    for (const PacketRecord& p : sourcePackets) lost += Overlaps(p, stretch);
     const auto sourceHashes = HashesByStream(sourcePackets);
     std::map<int, std::multiset<std::string>> outputHashes;
     size_t altered = 0;
@@ -110,12 +110,12 @@ TEST_P(AviEndToEnd, RepairedFilePlaysAndKeepsEverySurvivingChunk) {
 
     // Every chunk outside the damage comes out, but the one in front of it.
     size_t missing = 0;
-    const ProbePacket* inFront = nullptr;
-    for (const ProbePacket& p : sourcePackets) {
+    const PacketRecord* inFront = nullptr;
+    for (const PacketRecord& p : sourcePackets) {
         if (Overlaps(p, stretch)) continue;
         if (p.pos < stretch.begin) inFront = &p;
     }
-    for (const ProbePacket& p : sourcePackets) {
+    for (const PacketRecord& p : sourcePackets) {
         if (Overlaps(p, stretch) || &p == inFront) continue;
         std::multiset<std::string>& found = outputHashes[p.stream];
         const auto it = found.find(p.hash);
@@ -127,7 +127,8 @@ TEST_P(AviEndToEnd, RepairedFilePlaysAndKeepsEverySurvivingChunk) {
     }
     EXPECT_EQ(missing, 0u) << lost << " packets lie in the damage";
 
-    const int errors = DecodeErrorLines(outputPath);
+    const int errors = DecodeErrorCount(outputPath);
+    EXPECT_GE(errors, 0) << "ffmpeg could not decode the result";
     EXPECT_LE(errors, GetParam().damage == Damage::Intact ? 0 : 8);
 }
 

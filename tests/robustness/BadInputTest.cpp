@@ -222,7 +222,7 @@ TEST_F(BadInputTest, ASparseAviAbove4GiBKeepsTheChunksAtBothEnds) {
     test::ProgramRun r = repair(simple(damaged, output));
     ASSERT_EQ(r.status, 0) << r.output;
     EXPECT_EQ(test::ProbePackets(output).size(), 2 * test::ProbePackets(avi).size());
-    EXPECT_EQ(test::DecodeErrorLines(output), 0);
+    EXPECT_EQ(test::DecodeErrorCount(output), 0);
 }
 
 // The top-level atom holding the media data claims 2^63 bytes: the 32-bit

@@ -1,7 +1,5 @@
 #include "AviFixtures.h"
 
-#include <sstream>
-
 #include "TestSupport.h"
 #include "platform/ByteReader.h"
 #include "platform/ByteWriter.h"
@@ -199,42 +197,6 @@ RepairedAvi ReadRepairedAvi(const std::vector<uint8_t>& bytes) {
     }
     avi.wellFormed = r.ok();
     return avi;
-}
-
-std::vector<ProbePacket> ProbePackets(const std::string& path) {
-    int status = 0;
-    const std::string out = CaptureCommand(
-        "ffprobe -v error -show_entries packet=stream_index,pos,size,data_hash -show_data_hash MD5 "
-        "-of compact=p=0 " + ShellQuote(path) + " 2>/dev/null",
-        &status);
-    std::vector<ProbePacket> packets;
-    if (status != 0) return packets;
-    std::istringstream lines(out);
-    std::string line;
-    while (std::getline(lines, line)) {
-        ProbePacket p;
-        std::istringstream fields(line);
-        std::string field;
-        while (std::getline(fields, field, '|')) {
-            const size_t eq = field.find('=');
-            if (eq == std::string::npos) continue;
-            const std::string key = field.substr(0, eq), value = field.substr(eq + 1);
-            if (key == "stream_index") p.stream = std::stoi(value);
-            if (key == "pos" && value != "N/A") p.pos = std::stoull(value);
-            if (key == "size") p.size = uint32_t(std::stoul(value));
-            if (key == "data_hash") p.hash = value;
-        }
-        packets.push_back(p);
-    }
-    return packets;
-}
-
-int DecodeErrorLines(const std::string& path) {
-    const std::string out =
-        CaptureCommand("ffmpeg -nostdin -v error -i " + ShellQuote(path) + " -f null - 2>&1 >/dev/null");
-    int lines = 0;
-    for (char c : out) lines += c == '\n';
-    return lines;
 }
 
 }  // namespace tolmi::test

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "Probe.h"
+
 namespace tolmi::test {
 
 // ---- Building ----
@@ -70,19 +72,5 @@ struct RepairedAvi {
 
 // Walks a repaired file strictly by its sizes.
 RepairedAvi ReadRepairedAvi(const std::vector<uint8_t>& bytes);
-
-// ---- ffprobe ----
-
-struct ProbePacket {
-    int stream = 0;
-    uint64_t pos = 0;  // of the packet data in the file
-    uint32_t size = 0;
-    std::string hash;
-};
-
-// Packets of a file in demuxing order; empty when ffprobe fails.
-std::vector<ProbePacket> ProbePackets(const std::string& path);
-// The lines ffmpeg prints at level "error" while decoding every stream to the end.
-int DecodeErrorLines(const std::string& path);
 
 }  // namespace tolmi::test

@@ -2,7 +2,6 @@
 
 #include <fstream>
 #include <random>
-#include <sstream>
 
 #include "TestSupport.h"
 
@@ -27,19 +26,6 @@ std::string MakeRecordingOf(const MovRecipe& recipe, const std::string& role, co
     arguments += std::string(" ") + kChunking;
     return MakeFixture("mov_" + recipe.name + "_" + role + "_" + std::to_string(seconds) + "s." + recipe.extension,
                        arguments);
-}
-
-std::string FieldOf(const std::string& line, const std::string& key) {
-    std::string needle = key + "=";
-    size_t at = 0;
-    while ((at = line.find(needle, at)) != std::string::npos) {
-        if (at == 0 || line[at - 1] == '|') {
-            size_t start = at + needle.size();
-            return line.substr(start, line.find('|', start) - start);
-        }
-        at += needle.size();
-    }
-    return {};
 }
 
 std::vector<uint8_t> Slice(const std::vector<uint8_t>& bytes, uint64_t keep) {
@@ -112,61 +98,6 @@ bool CopyWithZeroedAtom(const std::string& source, const std::string& target, co
     for (uint64_t i = atom->offset; i < atom->offset + atom->size && i < bytes.size(); ++i) bytes[i] = 0;
     WriteAll(target, bytes);
     return true;
-}
-
-std::vector<PacketRecord> ProbePackets(const std::string& path, const std::string& stream) {
-    std::string output = CaptureCommand("ffprobe -v error -select_streams " + stream +
-                                        " -show_packets -show_data_hash MD5 -of compact " + ShellQuote(path));
-    std::vector<PacketRecord> packets;
-    std::istringstream lines(output);
-    std::string line;
-    while (std::getline(lines, line)) {
-        if (line.rfind("packet|", 0) != 0) continue;
-        PacketRecord packet;
-        std::string pos = FieldOf(line, "pos"), size = FieldOf(line, "size");
-        packet.pos = pos.empty() || pos == "N/A" ? 0 : std::stoull(pos);
-        packet.size = size.empty() ? 0 : std::stoull(size);
-        packet.hash = FieldOf(line, "data_hash");
-        packets.push_back(packet);
-    }
-    return packets;
-}
-
-std::vector<std::string> ProbeCodecs(const std::string& path) {
-    std::string output = CaptureCommand("ffprobe -v error -show_entries stream=codec_name -of csv=p=0 " +
-                                        ShellQuote(path));
-    std::vector<std::string> codecs;
-    std::istringstream lines(output);
-    std::string line;
-    while (std::getline(lines, line))
-        if (!line.empty()) codecs.push_back(line.substr(0, line.find(',')));
-    return codecs;
-}
-
-size_t CountInOrder(const std::vector<std::string>& expected, const std::vector<std::string>& actual) {
-    size_t found = 0, next = 0;
-    for (const std::string& hash : expected) {
-        for (size_t i = next; i < actual.size(); ++i) {
-            if (actual[i] == hash) {
-                ++found;
-                next = i + 1;
-                break;
-            }
-        }
-    }
-    return found;
-}
-
-int DecodeErrorCount(const std::string& path) {
-    int status = 0;
-    // Damaged bytes taken for an AAC frame may announce another channel
-    // layout; a decode check needs no new filter graph for it.
-    std::string output = CaptureCommand(
-        "ffmpeg -nostdin -v error -reinit_filter 0 -i " + ShellQuote(path) + " -f null - 2>&1", &status);
-    if (status != 0) return -1;
-    int lines = 0;
-    for (char c : output) lines += c == '\n';
-    return lines;
 }
 
 }  // namespace tolmi::test

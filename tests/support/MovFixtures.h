@@ -1,13 +1,14 @@
 #pragma once
 // Camera-like MOV/MP4 files for the repair tests: a healthy reference and a
 // second recording made with the same encoder settings (as two clips from
-// one camera are), ways to damage a file, and measurements of a result with
-// ffprobe and ffmpeg.
+// one camera are), and ways to damage a file.
 
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "Probe.h"
 
 namespace tolmi::test {
 
@@ -43,21 +44,5 @@ struct AtomPlace {
 };
 // The first top-level atom of that type, walking the sizes from the start.
 std::optional<AtomPlace> FindTopLevelAtom(const std::string& path, const std::string& type);
-
-struct PacketRecord {
-    uint64_t pos = 0;
-    uint64_t size = 0;
-    std::string hash;
-};
-// The packets of one stream ("v:0", "a:0") in file order, with the MD5 of
-// their bytes.
-std::vector<PacketRecord> ProbePackets(const std::string& path, const std::string& stream);
-// The codec names of the streams, e.g. {"h264", "aac"}.
-std::vector<std::string> ProbeCodecs(const std::string& path);
-// How many of expected appear in actual in the same order (greedy).
-size_t CountInOrder(const std::vector<std::string>& expected, const std::vector<std::string>& actual);
-// Decodes the whole file; the number of error lines ffmpeg printed, or -1
-// when it could not run through.
-int DecodeErrorCount(const std::string& path);
 
 }  // namespace tolmi::test
