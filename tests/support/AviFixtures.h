@@ -1,6 +1,6 @@
 #pragma once
-// AVI files for tests: byte layouts built by hand, a strict reader of the
-// files the repair writes, and the packets ffprobe finds in a file.
+// AVI files for tests: byte layouts built by hand and a strict reader of the
+// files the repair writes.
 
 #include <cstdint>
 #include <map>
