@@ -65,6 +65,21 @@ void ExpectChunks(const RepairedAvi& avi, const std::vector<Chunk>& expected) {
     }
 }
 
+// Puts length bytes of filler into movi behind its first count chunks.
+void InsertGarbageBehind(std::vector<uint8_t>& file, const std::vector<Chunk>& chunks, size_t count, size_t length) {
+    size_t at = FindText(file, "movi") + 4;
+    for (size_t i = 0; i < count; ++i) at += 8 + chunks[i].data.size() + (chunks[i].data.size() & 1);
+    const std::vector<uint8_t> garbage = Filler(length, 9);
+    file.insert(file.begin() + long(at), garbage.begin(), garbage.end());
+}
+
+// Every chunk but the one in front of the garbage behind the first four.
+void ExpectAllButTheFourth(const AviOutcome& out, std::vector<Chunk> chunks) {
+    ASSERT_TRUE(out.avi.wellFormed) << out.avi.error;
+    chunks.erase(chunks.begin() + 3);
+    ExpectChunks(out.avi, chunks);
+}
+
 TEST_F(AviRepairTest, IntactFileKeepsEveryChunkAndIndexesEachWithKeyFrameFlag) {
     std::vector<Chunk> chunks = SomeChunks(5, 4);
     chunks[2].data.push_back(0x90);  // an odd size, padded in the file
@@ -268,15 +283,8 @@ TEST_F(AviRepairTest, ChunkInFrontOfGarbageIsLostAndTheScanFindsTheNext) {
     const std::vector<Chunk> chunks = SomeChunks(4, 4);
     std::vector<uint8_t> file = BuildFile(VideoAndAudio(), chunks);
     // Garbage between chunk 3 (01wb) and chunk 4 (00dc).
-    size_t at = FindText(file, "movi") + 4;
-    for (int i = 0; i < 4; ++i) at += 8 + chunks[size_t(i)].data.size() + (chunks[size_t(i)].data.size() & 1);
-    const std::vector<uint8_t> garbage = Filler(10000, 9);
-    file.insert(file.begin() + long(at), garbage.begin(), garbage.end());
-    const AviOutcome out = RepairBytes(file);
-    ASSERT_TRUE(out.avi.wellFormed) << out.avi.error;
-    std::vector<Chunk> expected = chunks;
-    expected.erase(expected.begin() + 3);
-    ExpectChunks(out.avi, expected);
+    InsertGarbageBehind(file, chunks, 4, 10000);
+    ExpectAllButTheFourth(RepairBytes(file), chunks);
 }
 
 TEST_F(AviRepairTest, LastChunkOfACutFileIsDropped) {
@@ -491,16 +499,9 @@ TEST_F(AviRepairTest, ChunkHeaderAcrossTheWindowEndIsReadWhole) {
     // the header of chunk 4 at 333,329, its size beyond the window's end.
     const std::vector<Chunk> chunks = SomeChunks(4, 4);
     std::vector<uint8_t> file = BuildFile(VideoAndAudio(), chunks);
-    size_t at = FindText(file, "movi") + 4;
-    for (int i = 0; i < 4; ++i) at += 8 + chunks[size_t(i)].data.size() + (chunks[size_t(i)].data.size() & 1);
     const size_t chunk3 = 8 + chunks[3].data.size() + (chunks[3].data.size() & 1);
-    const std::vector<uint8_t> garbage = Filler(333329 - chunk3, 9);
-    file.insert(file.begin() + long(at), garbage.begin(), garbage.end());
-    const AviOutcome out = RepairBytes(file);
-    ASSERT_TRUE(out.avi.wellFormed) << out.avi.error;
-    std::vector<Chunk> expected = chunks;
-    expected.erase(expected.begin() + 3);
-    ExpectChunks(out.avi, expected);
+    InsertGarbageBehind(file, chunks, 4, 333329 - chunk3);
+    ExpectAllButTheFourth(RepairBytes(file), chunks);
 }
 
 TEST_F(AviRepairTest, OutputOfAnEarlierPassIsNotRepairedOverItself) {
