@@ -93,8 +93,10 @@ protected:
     }
 
     // Ctrl-Z at a random moment of each run, "fg" a little later: the
-    // repair goes on to the very file an uninterrupted run gives. Returns
-    // how many runs were stopped before they had finished.
+    // repair goes on to the very file an uninterrupted run gives. The
+    // moments lie in the first three quarters of a run: the last part is the
+    // final flush, the save and the exit, where a pause may come too late.
+    // Returns how many runs were stopped before they had finished.
     int pauseAtRandom(const std::vector<std::string>& arguments, const std::string& startText, uint32_t seed) {
         const std::string output = work.file("out");
         test::RunningProgram whole(program, withOutput(arguments, output), work.file("whole.log"));
@@ -106,7 +108,7 @@ protected:
         fs::remove(output);
 
         std::mt19937 random(seed);
-        std::uniform_real_distribution<double> moment(0.0, length);
+        std::uniform_real_distribution<double> moment(0.0, 0.75 * length);
         int paused = 0;
         for (int i = 0; i < kRunsPerKind / 2; ++i) {
             const double delay = moment(random);
@@ -137,13 +139,15 @@ protected:
     std::unique_ptr<test::RunningProgram> startLongMovJob(const std::string& logName) {
         const std::string reference = test::NoisyMp4();
         if (reference.empty()) return nullptr;
-        const std::string damaged = test::NoisyMovieLessMp4(work.path(), "long.mp4", 30);
         auto run = std::make_unique<test::RunningProgram>(
-            program, std::vector<std::string>{damaged, "-r", reference, "-o", longOutput()}, work.file(logName));
+            program, std::vector<std::string>{longMovInput(), "-r", reference, "-o", longOutput()},
+            work.file(logName));
         // The scan against the reference has begun; the job has most of its way before it.
         EXPECT_TRUE(run->waitFor("Analyzing video file...", kTimeLimit, 2)) << run->output();
         return run;
     }
+    // A damaged MOV of thirty copies of the noisy recording's media data.
+    std::string longMovInput() { return test::NoisyMovieLessMp4(work.path(), "long.mp4", 30); }
     std::string longOutput() { return work.file("out.mov"); }
     void expectNothingLeft() {
         EXPECT_FALSE(fs::exists(longOutput()));
@@ -178,8 +182,7 @@ TEST_F(InterruptTest, AnAviRepairCancelledAtRandomMomentsEndsCleanly) {
 TEST_F(InterruptTest, AMovRepairPausedAtRandomMomentsGivesTheSameFile) {
     const std::string reference = test::NoisyMp4();
     if (reference.empty()) GTEST_SKIP() << "ffmpeg is missing";
-    const std::string damaged = test::NoisyMovieLessMp4(work.path(), "long.mp4", 6);
-    EXPECT_GT(pauseAtRandom({damaged, "-r", reference}, "Please wait", 112326), 0) << "no run was paused";
+    EXPECT_GT(pauseAtRandom({longMovInput(), "-r", reference}, "Please wait", 112326), 0) << "no run was paused";
 }
 
 TEST_F(InterruptTest, AnAviRepairPausedAtRandomMomentsGivesTheSameFile) {
