@@ -35,24 +35,38 @@ class InterruptTest : public ::testing::Test {
 protected:
     InterruptTest() : program(programDir.path()) {}
 
-    // Runs the job once to its end and returns how long it took from startText on.
+    // Runs the job once to its end and returns how long it took from
+    // startText on; hash, when given, receives the content hash of its result.
     double uninterruptedSeconds(const std::vector<std::string>& arguments, const std::string& output,
-                                const std::string& startText) {
+                                const std::string& startText, std::string* hash = nullptr) {
         test::RunningProgram run(program, withOutput(arguments, output), work.file("whole.log"));
         EXPECT_TRUE(run.waitFor(startText, kTimeLimit)) << run.output();
         const auto start = Clock::now();
         const int status = run.finish(kTimeLimit);
         const double seconds = SecondsSince(start);
         EXPECT_EQ(status, 0) << run.output();
+        if (hash) *hash = test::ContentHash(output);
         fs::remove(output);
         return seconds;
+    }
+    // Starts the job and lets it run for delay seconds past startText; null
+    // (and a failure) when startText never comes.
+    std::unique_ptr<test::RunningProgram> startAndWait(const std::vector<std::string>& arguments,
+                                                       const std::string& output, const std::string& startText,
+                                                       const std::string& logName, double delay) {
+        auto run = std::make_unique<test::RunningProgram>(program, withOutput(arguments, output), work.file(logName));
+        if (!run->waitFor(startText, kTimeLimit)) {
+            ADD_FAILURE() << "the job never started\n" << run->output();
+            return nullptr;
+        }
+        std::this_thread::sleep_for(std::chrono::duration<double>(delay));
+        return run;
     }
     static std::vector<std::string> withOutput(std::vector<std::string> arguments, const std::string& output) {
         arguments.insert(arguments.end(), {"-o", output});
         return arguments;
     }
 
-    // Ctrl-C once at a random moment of each run; counts the cancelled runs.
     // Sends Ctrl-C at random moments of the job; returns how many runs it
     // cancelled, and in jobLength how long a whole run takes.
     int interruptAtRandom(const std::vector<std::string>& arguments, const std::string& startText, uint32_t seed,
@@ -66,12 +80,9 @@ protected:
         for (int i = 0; i < kRunsPerKind; ++i) {
             const double delay = moment(random);
             SCOPED_TRACE("run " + std::to_string(i) + ", Ctrl-C " + std::to_string(delay) + " s after the start");
-            test::RunningProgram run(program, withOutput(arguments, output), work.file("run.log"));
-            if (!run.waitFor(startText, kTimeLimit)) {
-                ADD_FAILURE() << "the job never started\n" << run.output();
-                break;
-            }
-            std::this_thread::sleep_for(std::chrono::duration<double>(delay));
+            const auto started = startAndWait(arguments, output, startText, "run.log", delay);
+            if (!started) break;
+            test::RunningProgram& run = *started;
             const auto sent = Clock::now();
             run.signal(SIGINT);
             const int status = run.finish(kTimeLimit);
@@ -99,13 +110,8 @@ protected:
     // Returns how many runs were stopped before they had finished.
     int pauseAtRandom(const std::vector<std::string>& arguments, const std::string& startText, uint32_t seed) {
         const std::string output = work.file("out");
-        test::RunningProgram whole(program, withOutput(arguments, output), work.file("whole.log"));
-        EXPECT_TRUE(whole.waitFor(startText, kTimeLimit)) << whole.output();
-        const auto start = Clock::now();
-        EXPECT_EQ(whole.finish(kTimeLimit), 0) << whole.output();
-        const double length = SecondsSince(start);
-        const std::string expected = test::ContentHash(output);
-        fs::remove(output);
+        std::string expected;
+        const double length = uninterruptedSeconds(arguments, output, startText, &expected);
 
         std::mt19937 random(seed);
         std::uniform_real_distribution<double> moment(0.0, 0.75 * length);
@@ -113,12 +119,9 @@ protected:
         for (int i = 0; i < kRunsPerKind / 2; ++i) {
             const double delay = moment(random);
             SCOPED_TRACE("run " + std::to_string(i) + ", Ctrl-Z " + std::to_string(delay) + " s after the start");
-            test::RunningProgram run(program, withOutput(arguments, output), work.file("pause.log"));
-            if (!run.waitFor(startText, kTimeLimit)) {
-                ADD_FAILURE() << "the job never started\n" << run.output();
-                break;
-            }
-            std::this_thread::sleep_for(std::chrono::duration<double>(delay));
+            const auto started = startAndWait(arguments, output, startText, "pause.log", delay);
+            if (!started) break;
+            test::RunningProgram& run = *started;
             run.signal(SIGTSTP);
             if (run.waitUntilStopped(2)) {
                 ++paused;
