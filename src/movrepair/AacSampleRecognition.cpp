@@ -109,7 +109,7 @@ bool AacStretchSearch::TryAt(uint64_t length, uint64_t zeroLimit) {
     if (++attempts_ == kAttemptsBetweenFlagChecks) {
         attempts_ = 0;
         // A stopped job keeps nothing of the stretch.
-        if (WaitWhilePaused()) {
+        if (WaitWhilePaused() || (stopWhen_ && *stopWhen_)) {
             stopped_ = true;
             found_.clear();
             return false;

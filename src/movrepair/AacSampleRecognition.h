@@ -4,6 +4,7 @@
 // real decoder (FAAD2) runs over the stretch and a frame is as long as the
 // decoder says it consumed. The decoded audio is thrown away.
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -40,6 +41,9 @@ public:
     AacStretchSearch(const AacStretchSearch&) = delete;
     AacStretchSearch& operator=(const AacStretchSearch&) = delete;
 
+    // The search ends with nothing, as when the job is stopped, once flag is
+    // raised; flag must outlive the search.
+    void StopWhen(const std::atomic<bool>& flag) { stopWhen_ = &flag; }
     // Makes the attempts that lie wholly before knownEnd; the stretch is
     // known to reach at least that far.
     void Advance(uint64_t knownEnd);
@@ -65,6 +69,7 @@ private:
     uint64_t cursor_ = 0;
     uint32_t attempts_ = 0;
     bool stopped_ = false;
+    const std::atomic<bool>* stopWhen_ = nullptr;
     std::vector<std::unique_ptr<CSample>> found_;
 };
 

@@ -44,11 +44,34 @@ AacSearchWorker::~AacSearchWorker() {
     for (std::thread& thread : threads_) thread.join();
 }
 
-size_t AacSearchWorker::Submit(uint64_t offset, uint64_t length) {
+size_t AacSearchWorker::Open(uint64_t offset) {
     std::lock_guard lock(mutex_);
-    searches_.push_back(Search{offset, length, offset, false, {}});
+    Search& search = searches_.emplace_back();
+    search.offset = search.knownEnd = search.reached = offset;
     changed_.notify_all();
     return searches_.size() - 1;
+}
+
+void AacSearchWorker::Reach(size_t id, uint64_t knownEnd) {
+    std::lock_guard lock(mutex_);
+    Search& search = searches_.at(id);
+    if (search.ended || knownEnd <= search.knownEnd) return;
+    search.knownEnd = knownEnd;
+    changed_.notify_all();
+}
+
+void AacSearchWorker::End(size_t id, uint64_t end) {
+    std::lock_guard lock(mutex_);
+    Search& search = searches_.at(id);
+    search.knownEnd = std::max(end, search.offset);
+    search.ended = true;
+    changed_.notify_all();
+}
+
+void AacSearchWorker::Abandon(size_t id) {
+    std::lock_guard lock(mutex_);
+    searches_.at(id).abandoned = true;
+    changed_.notify_all();
 }
 
 SampleRun AacSearchWorker::Take(size_t id) {
@@ -82,33 +105,44 @@ void AacSearchWorker::Loop(DamagedFile& file) {
     while (true) {
         changed_.wait(lock, [&] { return closing_ || nextToStart_ < searches_.size(); });
         if (closing_) return;
-        const size_t id = nextToStart_++;
-        const uint64_t offset = searches_[id].offset, length = searches_[id].length;
+        // A deque keeps its elements in place as searches are added.
+        Search& search = searches_[nextToStart_++];
         lock.unlock();
-        SampleRun found = Run(id, offset, length, file);
+        SampleRun found = Run(search, file);
         lock.lock();
-        searches_[id].found = std::move(found);
-        searches_[id].done = true;
+        search.found = std::move(found);
+        search.done = true;
         ++doneCount_;
         while (firstNotDone_ < searches_.size() && searches_[firstNotDone_].done) ++firstNotDone_;
         changed_.notify_all();
     }
 }
 
-// The search of one stretch in steps, so that its progress shows; the
-// frames are those of one CollectAacRun over the stretch.
-SampleRun AacSearchWorker::Run(size_t id, uint64_t offset, uint64_t length, DamagedFile& file) {
+// The search of one stretch in steps, as far as the walk has shown the
+// stretch to reach, so that its progress shows; the frames are those of one
+// CollectAacRun over the stretch.
+SampleRun AacSearchWorker::Run(Search& search, DamagedFile& file) {
     // A paused job holds here too; a stopped one keeps nothing.
     if (WaitWhilePaused()) return {};
-    AacStretchSearch search(file, offset, decoderSpecificInfo_, AacSearch::Fast);
-    for (uint64_t known = std::min(length, kProgressStep); known < length;
-         known = std::min(length, known + kProgressStep)) {
-        search.Advance(offset + known);
-        std::lock_guard lock(mutex_);
-        if (closing_) return {};
-        searches_[id].reached = offset + known;
+    AacStretchSearch stretch(file, search.offset, decoderSpecificInfo_, AacSearch::Fast);
+    stretch.StopWhen(search.abandoned);
+    uint64_t reached = search.offset;
+    while (true) {
+        uint64_t target = 0;
+        {
+            std::unique_lock lock(mutex_);
+            search.reached = reached;
+            changed_.wait(lock, [&] {
+                return closing_ || search.abandoned || search.ended || search.knownEnd > reached;
+            });
+            if (closing_ || search.abandoned) return {};
+            if (search.ended && reached == search.knownEnd) break;
+            target = std::min(search.knownEnd, reached + kProgressStep);
+        }
+        stretch.Advance(target);
+        reached = target;
     }
-    return search.Finish(length);
+    return stretch.Finish(reached - search.offset);
 }
 
 }  // namespace tolmi

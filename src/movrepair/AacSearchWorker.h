@@ -1,12 +1,15 @@
 #pragma once
 // The AAC searches of a scan, made on the other cores while the walk goes
-// on. Each stretch between two video runs is handed over as soon as both
-// its ends are known, and its frames are taken back, in file order, as the
-// searches end.
+// on. A stretch is handed over as soon as the walk leaves a video run; its
+// search follows the walk until the next run ends the stretch, and its
+// frames are taken back, in file order, as the searches end. So the
+// searches never lag far behind the walk, and the progress they show only
+// moves forward.
 // Every stretch gets a decoder of its own, exactly as when the stretches
 // are searched in turn, so the frames found are the same; stretches are
 // independent, so several threads search them side by side.
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -35,9 +38,16 @@ public:
 
     bool ready() const { return !threads_.empty(); }
 
-    // Queues the search of [offset, offset + length); the number to take
-    // its frames by.
-    size_t Submit(uint64_t offset, uint64_t length);
+    // Queues the search of a stretch from offset whose end is not known yet;
+    // the number to tell of it and to take its frames by.
+    size_t Open(uint64_t offset);
+    // The stretch reaches at least up to knownEnd (a file position): the
+    // attempts that lie wholly before it can be made.
+    void Reach(size_t id, uint64_t knownEnd);
+    // The stretch ends at end (a file position).
+    void End(size_t id, uint64_t end);
+    // The stretch is not wanted after all: its search ends with nothing.
+    void Abandon(size_t id);
     // The frames of a search, once it is done; each search is taken once.
     // Empty when the job was stopped during the search.
     SampleRun Take(size_t id);
@@ -53,14 +63,17 @@ public:
 
 private:
     struct Search {
-        uint64_t offset = 0, length = 0;
+        uint64_t offset = 0;
+        uint64_t knownEnd = 0;  // the stretch reaches at least this far
+        bool ended = false;     // knownEnd is where it ends
+        std::atomic<bool> abandoned{false};
         uint64_t reached = 0;  // searched up to here (a file position)
         bool done = false;
         SampleRun found;
     };
 
     void Loop(DamagedFile& file);
-    SampleRun Run(size_t id, uint64_t offset, uint64_t length, DamagedFile& file);
+    SampleRun Run(Search& search, DamagedFile& file);
     bool AllDone() const { return firstNotDone_ == searches_.size(); }
 
     std::vector<uint8_t> decoderSpecificInfo_;

@@ -34,6 +34,9 @@ constexpr int kNothingShown = 1000;
 // The walk passes over positions that start no chain in batches of at most
 // this many bytes, with a look at the flags between batches.
 constexpr uint64_t kSkipBatch = 64 * 1024;
+// The walk tells the search of the open stretch how far it has come in steps
+// of at least this many bytes.
+constexpr uint64_t kReachStep = 64 * 1024;
 
 bool Is(const std::string& text, const char* word) { return strcasecmp(text.c_str(), word) == 0; }
 
@@ -93,6 +96,7 @@ private:
     void CloseOutput();
     bool WriteSettledRuns();
     int ProgressPercent(uint64_t position, uint64_t fileSize);
+    void ShowWalkTo(uint64_t position);
     uint64_t NextCandidate(uint64_t position, uint64_t limit);
     bool AcceptVideoRun(SampleRun run, uint32_t frameCount);
     void DeferVideoRun(SampleRun run, uint32_t frameCount);
@@ -119,6 +123,9 @@ private:
     std::deque<DeferredRun> deferredRuns_;
     std::optional<uint64_t> lastRunEnd_;  // of the last run deferred
     size_t frontSearch_ = kNoSearch;
+    // The search of the stretch the walk is in, behind the last run found.
+    size_t openSearch_ = kNoSearch;
+    uint64_t shownReach_ = 0;  // what the open search was last told
     // The search of the stretch in front of the first run found nothing. The
     // stretch and a fresh decoder are the same at every run, so is the result.
     bool frontStretchEmpty_ = false;
@@ -137,7 +144,16 @@ private:
 void MediaDataScan::StartAacWorker() {
     if (state_.straightforwardReading || !Is(Session().audioCoderFormat, "MP4A_AUDIO_CODER_FORMAT")) return;
     aacWorker_ = std::make_unique<AacSearchWorker>(Session().corruptedPath, AacConfig());
-    if (!aacWorker_->ready()) aacWorker_.reset();
+    if (aacWorker_->ready()) openSearch_ = aacWorker_->Open(0);
+    else aacWorker_.reset();
+}
+
+// Lets the search of the open stretch follow the walk: no run starts before
+// position, so the stretch reaches at least that far.
+void MediaDataScan::ShowWalkTo(uint64_t position) {
+    if (!aacWorker_ || position < shownReach_ + kReachStep) return;
+    aacWorker_->Reach(openSearch_, position);
+    shownReach_ = position;
 }
 
 // With the fast reading, the output is written while the walk goes on, so
@@ -193,6 +209,7 @@ bool MediaDataScan::Run() {
     while (position < fileSize) {
         if (WaitWhilePaused()) return false;
         walkPercent = int(position * 100 / fileSize);
+        ShowWalkTo(position);
         ShowPercent(ProgressPercent(position, fileSize), lastShown);
         if (!state_.straightforwardReading) {
             // Within one percentage step, straight to the next position that may start a chain.
@@ -210,7 +227,11 @@ bool MediaDataScan::Run() {
         position = run.back()->offset + run.back()->size;
         if (!AcceptVideoRun(std::move(run), frameCount)) return false;
     }
-    if (aacWorker_) FinishDeferredRuns(fileSize, walkPercent, lastShown);
+    if (aacWorker_) {
+        // No run ends the stretch behind the last one: it is not audio.
+        aacWorker_->Abandon(openSearch_);
+        FinishDeferredRuns(fileSize, walkPercent, lastShown);
+    }
     headSettled_ = true;
     if (!WriteSettledRuns()) return false;
     CloseOutput();
@@ -256,15 +277,16 @@ void MediaDataScan::RecordVideoRun(SampleRun run, uint32_t frameCount) {
     state_.sampleRuns.push_back(std::move(run));
 }
 
-// Hands the stretch in front of the run to the search threads; with the
-// first run, the stretch in front of it, whose search is the longest
-// wherever the file starts with something else than audio.
+// The run ends the open stretch, whose search is then the one of the
+// stretch in front of the run (for the first run, of the stretch from the
+// start of the file); the stretch behind the run is opened.
 void MediaDataScan::DeferVideoRun(SampleRun run, uint32_t frameCount) {
     size_t gapSearch = kNoSearch;
-    const uint64_t start = run.front()->offset;
-    if (lastRunEnd_) gapSearch = aacWorker_->Submit(*lastRunEnd_, start - *lastRunEnd_);
-    else frontSearch_ = aacWorker_->Submit(0, start);
-    lastRunEnd_ = run.back()->offset + run.back()->size;
+    aacWorker_->End(openSearch_, run.front()->offset);
+    if (lastRunEnd_) gapSearch = openSearch_;
+    else frontSearch_ = openSearch_;
+    lastRunEnd_ = shownReach_ = run.back()->offset + run.back()->size;
+    openSearch_ = aacWorker_->Open(*lastRunEnd_);
     deferredRuns_.push_back({std::move(run), frameCount, gapSearch});
 }
 
