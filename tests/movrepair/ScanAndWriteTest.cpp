@@ -9,6 +9,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <functional>
 #include <random>
 #include <thread>
 
@@ -157,36 +158,30 @@ TEST_F(ScanAndWrite, AudioInFrontOfTheFirstRunIsFoundAtTheSecondAndComesFirst) {
     EXPECT_EQ(Rows(state.videoRequest.get()), (std::vector<Row>{{1, 3}}));
 }
 
-TEST_F(ScanAndWrite, SowtGapsAreOneSampleOfFourBytesAFrame) {
+// A PCM gap is one sample; only sowt counts its frames, of four bytes each,
+// in the table (the table of twos comes from the reference).
+TEST_F(ScanAndWrite, PcmGapsAreOneSampleEachAndOnlySowtCountsTheirFrames) {
     Bytes content = Pictures(3, 4);
     const uint64_t gapStart = content.size();
     content.resize(content.size() + 1002, 0xff);
     Append(content, Pictures(3, 7));
     content.resize(content.size() + 402, 0xff);
     Append(content, Pictures(3, 10));
-    ASSERT_TRUE(Scan(content, "SOWT_AUDIO_CODER_FORMAT"));
-
-    MovRepairState& state = MovState();
-    ASSERT_EQ(state.audioSamples.size(), 2u);
-    EXPECT_EQ(state.audioSamples[0]->offset, gapStart);
-    EXPECT_EQ(state.audioSamples[0]->size, 1002u);
-    EXPECT_EQ(state.audioSamples[0]->type, "SOWT");
-    EXPECT_EQ(state.sampleRuns.size(), 5u);
-    EXPECT_EQ(Rows(state.audioRequest.get()), (std::vector<Row>{{1, 250}, {2, 100}}));
-}
-
-TEST_F(ScanAndWrite, TwosGapsAreSamplesWithoutEntries) {
-    Bytes content = Pictures(3, 4);
-    content.resize(content.size() + 1000, 0xff);
-    Append(content, Pictures(3, 7));
-    ASSERT_TRUE(Scan(content, "TWOS_AUDIO_CODER_FORMAT"));
-
-    MovRepairState& state = MovState();
-    ASSERT_EQ(state.audioSamples.size(), 1u);
-    EXPECT_EQ(state.audioSamples[0]->size, 1000u);
-    EXPECT_EQ(state.audioSamples[0]->type, "SOWT");
-    EXPECT_EQ(state.sampleRuns.size(), 3u);
-    EXPECT_TRUE(Rows(state.audioRequest.get()).empty());
+    const std::pair<const char*, std::vector<Row>> cases[] = {
+        {"SOWT_AUDIO_CODER_FORMAT", {{1, 250}, {2, 100}}}, {"TWOS_AUDIO_CODER_FORMAT", {}}};
+    for (const auto& [format, rows] : cases) {
+        SCOPED_TRACE(format);
+        ASSERT_TRUE(Scan(content, format));
+        MovRepairState& state = MovState();
+        ASSERT_EQ(state.audioSamples.size(), 2u);
+        EXPECT_EQ(state.audioSamples[0]->offset, gapStart);
+        EXPECT_EQ(state.audioSamples[0]->size, 1002u);
+        EXPECT_EQ(state.audioSamples[1]->size, 402u);
+        EXPECT_EQ(state.audioSamples[0]->type, "SOWT");
+        EXPECT_EQ(state.sampleRuns.size(), 5u);
+        EXPECT_EQ(Rows(state.audioRequest.get()), rows);
+        Session().reset();
+    }
 }
 
 TEST_F(ScanAndWrite, AFileOfOnlyOneRunHasNoAudio) {
@@ -281,38 +276,23 @@ TEST_F(ScanAndWrite, ASampleRunningPastTheEndIsWrittenWholeWithZeros) {
     EXPECT_EQ(MovState().videoRequest->sampleSizes.back(), claimed + 4);
 }
 
-TEST_F(ScanAndWrite, AnEmptyFileGivesUpWithTheMessage) {
-    auto engine = Scan({});
-    ASSERT_TRUE(engine);
-    EXPECT_TRUE(MovState().sampleRuns.empty());
-    EXPECT_NE(MovState().videoRequest, nullptr);
-    EXPECT_NE(MovState().audioRequest, nullptr);
-    test::WriteMovResult(*engine, dir_.path());
-    EXPECT_EQ(Session().jobFailed, 1);
-    EXPECT_TRUE(ui_.called("showMessage 4 IDS_UNHEALTHY_1 IDS_INFORMATION"));
-}
-
-TEST_F(ScanAndWrite, RandomBytesHoldNoRunAndTheWriterGivesUp) {
-    Bytes content(300000);
-    std::mt19937 random(5);
-    for (uint8_t& b : content) b = uint8_t(random());
-    auto engine = Scan(content);
-    ASSERT_TRUE(engine);
-    EXPECT_TRUE(MovState().sampleRuns.empty());
-    test::WriteMovResult(*engine, dir_.path());
-    EXPECT_EQ(Session().jobFailed, 1);
-    EXPECT_TRUE(ui_.called("showMessage 4 IDS_UNHEALTHY_1 IDS_INFORMATION"));
-}
-
-TEST_F(ScanAndWrite, AStopBeforeTheScanLeavesNoRequests) {
-    damaged_ = dir_.file("damaged.mp4");
-    test::WriteAll(damaged_, Pictures(6));
-    auto engine = test::PrepareMovJob(damaged_, reference_, dir_.path(), &ui_);
-    ASSERT_TRUE(engine);
-    Session().stopRequested = 1;
-    engine->ScanMediaData();
-    EXPECT_EQ(MovState().videoRequest, nullptr);
-    EXPECT_TRUE(MovState().sampleRuns.empty());
+TEST_F(ScanAndWrite, AFileWithoutARunGivesUpWithTheMessage) {
+    Bytes random(300000);
+    std::mt19937 generator(5);
+    for (uint8_t& b : random) b = uint8_t(generator());
+    for (const Bytes& content : {Bytes{}, random}) {
+        SCOPED_TRACE(content.size());
+        auto engine = Scan(content);
+        ASSERT_TRUE(engine);
+        EXPECT_TRUE(MovState().sampleRuns.empty());
+        EXPECT_NE(MovState().videoRequest, nullptr);
+        EXPECT_NE(MovState().audioRequest, nullptr);
+        test::WriteMovResult(*engine, dir_.path());
+        EXPECT_EQ(Session().jobFailed, 1);
+        Session().reset();
+    }
+    const std::vector<std::string> calls = ui_.calls();
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "showMessage 4 IDS_UNHEALTHY_1 IDS_INFORMATION"), 2);
 }
 
 // The scan writes the samples of each run into the result as soon as its
@@ -444,15 +424,22 @@ TEST_F(ScanAndWrite, TheProgressMovesOnlyForwardThroughALongStretchOfGarbageAndA
     EXPECT_EQ(MovState().videoRequest, nullptr);
 }
 
-TEST_F(ScanAndWrite, OtherVideoFormatsAreLeftAlone) {
+// A job stopped before the scan, or of a video format the scan does not
+// know, is left without requests.
+TEST_F(ScanAndWrite, AStoppedJobOrAnotherVideoFormatIsLeftAlone) {
     damaged_ = dir_.file("damaged.mp4");
     test::WriteAll(damaged_, Pictures(6));
-    auto engine = test::PrepareMovJob(damaged_, reference_, dir_.path(), &ui_);
-    ASSERT_TRUE(engine);
-    Session().videoCoderFormat = "UNKNOWN_VIDEO_CODER_FORMAT";
-    engine->ScanMediaData();
-    EXPECT_EQ(MovState().videoRequest, nullptr);
-    EXPECT_TRUE(MovState().sampleRuns.empty());
+    const std::function<void()> settings[] = {[] { Session().stopRequested = 1; },
+                                              [] { Session().videoCoderFormat = "UNKNOWN_VIDEO_CODER_FORMAT"; }};
+    for (const auto& set : settings) {
+        auto engine = test::PrepareMovJob(damaged_, reference_, dir_.path(), &ui_);
+        ASSERT_TRUE(engine);
+        set();
+        engine->ScanMediaData();
+        EXPECT_EQ(MovState().videoRequest, nullptr);
+        EXPECT_TRUE(MovState().sampleRuns.empty());
+        Session().reset();
+    }
 }
 
 }  // namespace
