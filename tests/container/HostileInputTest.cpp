@@ -52,7 +52,7 @@ size_t ReadAndRebuild(const Bytes& bytes) {
 Bytes RealMovie() {
     if (!HaveFfmpeg()) return SmallMovie();
     const std::string path = MakeContainerReference({"h264-bframes", "aac", "mp4", false});
-    const Bytes moov = path.empty() ? Bytes() : AtomAt(ReadAll(path), {"moov"});
+    const Bytes moov = path.empty() ? Bytes() : MoovOf(path);
     return moov.empty() ? SmallMovie() : moov;
 }
 

@@ -7,6 +7,8 @@
 #include <memory>
 
 #include "ContainerFixtures.h"
+#include "MovFixtures.h"
+#include "Probe.h"
 #include "TestSupport.h"
 #include "container/GFile.h"
 #include "platform/File.h"
@@ -51,67 +53,55 @@ std::string Probe(const std::string& path, const std::string& stream, const std:
     return value;
 }
 
-class RebuildEndToEndTest : public ::testing::TestWithParam<ReferenceRecipe> {
-protected:
-    void SetUp() override {
-        if (!HaveFfmpeg()) GTEST_SKIP() << "ffmpeg is not installed";
-        Session().reset();
-        reference_ = MakeContainerReference(GetParam());
-        ASSERT_FALSE(reference_.empty());
-    }
-
-    // Media data of the reference (everything in front of its moov), then the rebuilt moov.
-    std::string Rebuild() {
-        Session().scanPath = reference_;
-        GFile file;
-        file.ScanFile(reference_);
-        EXPECT_NE(file.movie, nullptr);
-        if (!file.movie) return {};
-        OwnTablesRequest video(file.movie->TrackByKind("VIDEO_TRACK"), "VIDEO_REQUEST", file.GetVideoTimeScale(),
-                               file.GetVideoRate());
-        OwnTablesRequest audio(file.movie->TrackByKind("AUDIO_TRACK"), "AUDIO_REQUEST", file.GetAudioTimeScale(),
-                               file.GetAudioRate());
-        CMoov* rebuilt = file.BuildRepairedMovie(&video.request, &audio.request);
-        EXPECT_NE(rebuilt, nullptr);
-        if (!rebuilt) return {};
-
-        const Bytes original = ReadAll(reference_);
-        const auto moov = FindAtoms(original, {"moov"});
-        EXPECT_EQ(moov.size(), 1u);
-        const std::string output = dir_.file("rebuilt." + GetParam().container);
-        WriteAll(output, Bytes(original.begin(), original.begin() + long(moov.at(0).offset)));
-        File out(output, FileAccess::ReadWrite, FileCreation::OpenExisting);
-        rebuilt->WriteMovie(out);
-        EXPECT_EQ(Session().movOutputSize, moov.at(0).offset + rebuilt->size);
-        return output;
-    }
-
-    TempDir dir_;
-    std::string reference_;
-};
+class RebuildEndToEndTest : public ::testing::TestWithParam<ReferenceRecipe> {};
 
 TEST_P(RebuildEndToEndTest, RebuiltFileOpensWithTheSameStreamsAndDecodes) {
-    const std::string output = Rebuild();
-    ASSERT_FALSE(output.empty());
-    const bool sound = !GetParam().audio.empty();
-    EXPECT_EQ(Probe(output, "v:0", "codec_name"), Probe(reference_, "v:0", "codec_name"));
+    if (!HaveFfmpeg()) GTEST_SKIP() << "ffmpeg is not installed";
+    Session().reset();
+    const std::string reference = MakeContainerReference(GetParam());
+    ASSERT_FALSE(reference.empty());
+    Session().scanPath = reference;
+    GFile file;
+    file.ScanFile(reference);
+    ASSERT_NE(file.movie, nullptr);
+    OwnTablesRequest video(file.movie->TrackByKind("VIDEO_TRACK"), "VIDEO_REQUEST", file.GetVideoTimeScale(),
+                           file.GetVideoRate());
+    OwnTablesRequest audio(file.movie->TrackByKind("AUDIO_TRACK"), "AUDIO_REQUEST", file.GetAudioTimeScale(),
+                           file.GetAudioRate());
+    CMoov* rebuilt = file.BuildRepairedMovie(&video.request, &audio.request);
+    ASSERT_NE(rebuilt, nullptr);
+
+    // The media data of the reference (everything in front of its moov), then the rebuilt moov.
+    const auto moov = FindTopLevelAtom(reference, "moov");
+    ASSERT_TRUE(moov);
+    const Bytes original = ReadAll(reference);
+    TempDir dir;
+    const std::string output = dir.file("rebuilt." + GetParam().container);
+    WriteAll(output, Bytes(original.begin(), original.begin() + long(moov->offset)));
+    File out(output, FileAccess::ReadWrite, FileCreation::OpenExisting);
+    rebuilt->WriteMovie(out);
+    EXPECT_FALSE(out.isOpen());
+    const Bytes result = ReadAll(output);
+    ASSERT_EQ(result.size(), moov->offset + rebuilt->size);
+    EXPECT_EQ(Session().movOutputSize, result.size());
+    EXPECT_TRUE(std::equal(original.begin(), original.begin() + long(moov->offset), result.begin()));
+
+    // Our own reader finds the tables it wrote.
+    GFile reread;
+    const Bytes written = MoovOf(output);
+    reread.movie = reread.Arena().Make<CMoov>(written.data(), uint32_t(written.size()), reread.Arena());
+    ASSERT_EQ(reread.movie->tracks.size(), rebuilt->tracks.size());
+    for (size_t i = 0; i < rebuilt->tracks.size(); ++i)
+        EXPECT_EQ(reread.movie->tracks[i]->sampleCount, rebuilt->tracks[i]->sampleCount) << i;
+    EXPECT_EQ(reread.movie->tracks[0]->sampleCount, 50u);
+
+    EXPECT_EQ(ProbeCodecs(output), ProbeCodecs(reference));
     EXPECT_EQ(Probe(output, "v:0", "nb_frames"), "50");
     EXPECT_EQ(Probe(output, "v:0", "nb_read_packets"), "50");
-    if (sound) {
-        EXPECT_EQ(Probe(output, "a:0", "codec_name"), Probe(reference_, "a:0", "codec_name"));
-        if (GetParam().audio == "aac") {
-            EXPECT_EQ(Probe(output, "a:0", "nb_read_packets"), Probe(reference_, "a:0", "nb_read_packets"));
-        }
+    if (GetParam().audio == "aac") {
+        EXPECT_EQ(Probe(output, "a:0", "nb_read_packets"), Probe(reference, "a:0", "nb_read_packets"));
     }
-    const std::string streams =
-        CaptureCommand("ffprobe -v error -show_entries stream=index -of csv=p=0 " + ShellQuote(output));
-    EXPECT_EQ(std::count(streams.begin(), streams.end(), '\n'), sound ? 2 : 1);
-
-    int status = -1;
-    const std::string errors =
-        CaptureCommand("ffmpeg -nostdin -v error -i " + ShellQuote(output) + " -f null - 2>&1", &status);
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(errors, "");
+    EXPECT_EQ(DecodeErrorCount(output), 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Ffmpeg, RebuildEndToEndTest,
@@ -121,14 +111,7 @@ INSTANTIATE_TEST_SUITE_P(Ffmpeg, RebuildEndToEndTest,
                                            ReferenceRecipe{"h264", "", "mp4", false},
                                            ReferenceRecipe{"h264", "sowt", "mov", false},
                                            ReferenceRecipe{"h264", "twos", "mov", false}),
-                         [](const auto& info) {
-                             std::string name = info.param.video + "_" +
-                                                (info.param.audio.empty() ? "silent" : info.param.audio) + "_" +
-                                                info.param.container;
-                             for (char& c : name)
-                                 if (!isalnum(static_cast<unsigned char>(c))) c = '_';
-                             return name;
-                         });
+                         [](const auto& info) { return RecipeName(info.param); });
 
 }  // namespace
 }  // namespace tolmi

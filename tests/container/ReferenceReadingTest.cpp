@@ -25,15 +25,6 @@ struct ReferenceCase {
     const char* audioFormat;  // "" without sound
 };
 
-std::string CaseName(const ::testing::TestParamInfo<ReferenceCase>& info) {
-    const ReferenceRecipe& r = info.param.recipe;
-    std::string name = r.video + "_" + (r.audio.empty() ? "silent" : r.audio) + "_" + r.container +
-                       (r.faststart ? "_faststart" : "");
-    for (char& c : name)
-        if (!isalnum(static_cast<unsigned char>(c))) c = '_';
-    return name;
-}
-
 class ReferenceReadingTest : public ::testing::TestWithParam<ReferenceCase> {
 protected:
     void SetUp() override {
@@ -136,7 +127,7 @@ INSTANTIATE_TEST_SUITE_P(
         ReferenceCase{{"h264", "", "mp4", false}, "AVC1_VIDEO_CODER_FORMAT", ""},
         ReferenceCase{{"hevc", "aac", "mp4", false}, "HVC1_VIDEO_CODER_FORMAT", "MP4A_AUDIO_CODER_FORMAT"},
         ReferenceCase{{"hevc", "", "mov", true}, "HVC1_VIDEO_CODER_FORMAT", ""}),
-    CaseName);
+    [](const auto& info) { return RecipeName(info.param.recipe); });
 
 }  // namespace
 }  // namespace tolmi

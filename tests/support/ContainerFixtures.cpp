@@ -1,16 +1,16 @@
 #include "ContainerFixtures.h"
 
+#include "MovFixtures.h"
 #include "TestSupport.h"
 
 #include <cctype>
+#include <map>
 #include <sstream>
 
 namespace tolmi::test {
 
 Bytes U16(uint16_t value) { return {uint8_t(value >> 8), uint8_t(value)}; }
-Bytes U32(uint32_t value) {
-    return {uint8_t(value >> 24), uint8_t(value >> 16), uint8_t(value >> 8), uint8_t(value)};
-}
+Bytes U32(uint32_t value) { return {uint8_t(value >> 24), uint8_t(value >> 16), uint8_t(value >> 8), uint8_t(value)}; }
 Bytes U64(uint64_t value) { return Join({U32(uint32_t(value >> 32)), U32(uint32_t(value))}); }
 Bytes Text(const std::string& letters) { return Bytes(letters.begin(), letters.end()); }
 Bytes Zeros(size_t count) { return Bytes(count, 0); }
@@ -24,7 +24,6 @@ Bytes Join(std::initializer_list<Bytes> parts) {
 Bytes Atom(const std::string& type, const Bytes& payload) {
     return Join({U32(uint32_t(payload.size() + 8)), Text(type), payload});
 }
-
 Bytes FullAtom(const std::string& type, uint32_t versionFlags, const Bytes& payload) {
     return Atom(type, Join({U32(versionFlags), payload}));
 }
@@ -58,28 +57,24 @@ Bytes Dinf() { return Atom("dinf", FullAtom("dref", 0, Join({U32(1), FullAtom("u
 Bytes Stts(uint32_t sampleCount, uint32_t sampleDuration) {
     return FullAtom("stts", 0, Join({U32(1), U32(sampleCount), U32(sampleDuration)}));
 }
-
 Bytes Stsc(uint32_t firstChunk, uint32_t samplesPerChunk) {
     return FullAtom("stsc", 0, Join({U32(1), U32(firstChunk), U32(samplesPerChunk), U32(1)}));
 }
 
-Bytes Stsz(const std::vector<uint32_t>& sizes) {
-    Bytes table = Join({U32(0), U32(uint32_t(sizes.size()))});
-    for (uint32_t size : sizes) table = Join({table, U32(size)});
-    return FullAtom("stsz", 0, table);
+namespace {
+
+// A full atom of a count and then the values.
+Bytes CountedTable(const std::string& type, const Bytes& head, const std::vector<uint32_t>& values) {
+    Bytes table = Join({head, U32(uint32_t(values.size()))});
+    for (uint32_t value : values) table = Join({table, U32(value)});
+    return FullAtom(type, 0, table);
 }
 
-Bytes Stco(const std::vector<uint32_t>& offsets) {
-    Bytes table = U32(uint32_t(offsets.size()));
-    for (uint32_t offset : offsets) table = Join({table, U32(offset)});
-    return FullAtom("stco", 0, table);
-}
+}  // namespace
 
-Bytes Stss(const std::vector<uint32_t>& sampleNumbers) {
-    Bytes table = U32(uint32_t(sampleNumbers.size()));
-    for (uint32_t number : sampleNumbers) table = Join({table, U32(number)});
-    return FullAtom("stss", 0, table);
-}
+Bytes Stsz(const std::vector<uint32_t>& sizes) { return CountedTable("stsz", U32(0), sizes); }
+Bytes Stco(const std::vector<uint32_t>& offsets) { return CountedTable("stco", {}, offsets); }
+Bytes Stss(const std::vector<uint32_t>& sampleNumbers) { return CountedTable("stss", {}, sampleNumbers); }
 
 Bytes Ctts(const std::vector<std::pair<uint32_t, uint32_t>>& rows) {
     Bytes table = U32(uint32_t(rows.size()));
@@ -123,57 +118,31 @@ Bytes SmallMovie(uint32_t sampleCount) {
     return Atom("moov", Join({Mvhd(1000, sampleCount * 40), Track("vide", Vmhd(), stbl, 12800, sampleCount * 512)}));
 }
 
-namespace {
-
-void Collect(const Bytes& file, size_t begin, size_t end, const std::vector<std::string>& path, size_t step,
-             std::vector<AtomSpan>& found) {
-    const auto u32 = [&](size_t at) {
-        return (uint32_t(file[at]) << 24) | (uint32_t(file[at + 1]) << 16) | (uint32_t(file[at + 2]) << 8) | file[at + 3];
-    };
-    for (size_t at = begin; at + 8 <= end;) {
-        uint64_t size = u32(at);
-        if (size == 1 && at + 16 <= end) size = (uint64_t(u32(at + 8)) << 32) | u32(at + 12);  // 64-bit form
-        if (size == 0) size = end - at;  // runs to the end
-        if (size < 8 || size > end - at) return;
-        if (std::string(file.begin() + long(at) + 4, file.begin() + long(at) + 8) == path[step]) {
-            if (step + 1 == path.size()) found.push_back({at, size});
-            else Collect(file, at + 8, at + size, path, step + 1, found);
-        }
-        at += size;
-    }
-}
-
-}  // namespace
-
-std::vector<AtomSpan> FindAtoms(const Bytes& file, const std::vector<std::string>& path) {
-    std::vector<AtomSpan> found;
-    if (!path.empty()) Collect(file, 0, file.size(), path, 0, found);
-    return found;
-}
-
-Bytes AtomAt(const Bytes& file, const std::vector<std::string>& path) {
-    const auto found = FindAtoms(file, path);
-    if (found.empty()) return {};
-    return Bytes(file.begin() + long(found[0].offset), file.begin() + long(found[0].offset + found[0].size));
+std::string RecipeName(const ReferenceRecipe& recipe) {
+    std::string name = recipe.video + "_" + (recipe.audio.empty() ? "silent" : recipe.audio) + "_" + recipe.container +
+                       (recipe.faststart ? "_faststart" : "");
+    for (char& c : name)
+        if (!std::isalnum(static_cast<unsigned char>(c))) c = '_';
+    return name;
 }
 
 std::string MakeContainerReference(const ReferenceRecipe& recipe) {
-    std::string name = "container_" + recipe.video + "_" + (recipe.audio.empty() ? "silent" : recipe.audio) +
-                       (recipe.faststart ? "_faststart" : "") + "." + recipe.container;
+    const std::map<std::string, std::string> video = {
+        {"h264", "-c:v libx264 -preset ultrafast"}, {"h264-bframes", "-c:v libx264 -preset fast -bf 2"},
+        {"hevc", "-c:v libx265 -preset ultrafast -tag:v hvc1 -x265-params log-level=error"}};
+    const std::map<std::string, std::string> audio = {
+        {"", ""}, {"aac", " -c:a aac -b:a 96k"}, {"sowt", " -c:a pcm_s16le"}, {"twos", " -c:a pcm_s16be"}};
     std::string arguments = "-f lavfi -i testsrc=size=320x240:rate=25 ";
     if (!recipe.audio.empty()) arguments += "-f lavfi -i sine=frequency=440:sample_rate=44100 -ac 2 ";
-    arguments += "-t 2 -pix_fmt yuv420p ";
-    if (recipe.video == "hevc")
-        arguments += "-c:v libx265 -preset ultrafast -tag:v hvc1 -x265-params log-level=error ";
-    else if (recipe.video == "h264-bframes")
-        arguments += "-c:v libx264 -preset fast -bf 2 ";
-    else
-        arguments += "-c:v libx264 -preset ultrafast ";
-    if (recipe.audio == "aac") arguments += "-c:a aac -b:a 96k ";
-    else if (recipe.audio == "sowt") arguments += "-c:a pcm_s16le ";
-    else if (recipe.audio == "twos") arguments += "-c:a pcm_s16be ";
-    if (recipe.faststart) arguments += "-movflags +faststart ";
-    return MakeFixture(name, arguments);
+    arguments += "-t 2 -pix_fmt yuv420p " + video.at(recipe.video) + audio.at(recipe.audio) +
+                 (recipe.faststart ? " -movflags +faststart" : "");
+    return MakeFixture("container_" + RecipeName(recipe) + "." + recipe.container, arguments);
+}
+
+Bytes MoovOf(const std::string& path) {
+    const auto moov = FindTopLevelAtom(path, "moov");
+    const Bytes file = moov ? ReadAll(path) : Bytes();
+    return moov ? Bytes(file.begin() + long(moov->offset), file.begin() + long(moov->offset + moov->size)) : Bytes();
 }
 
 Bytes ProbeExtradata(const std::string& path, const std::string& stream) {
