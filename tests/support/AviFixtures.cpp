@@ -1,5 +1,8 @@
 #include "AviFixtures.h"
 
+#include <algorithm>
+#include <random>
+
 #include "TestSupport.h"
 #include "platform/ByteReader.h"
 #include "platform/ByteWriter.h"
@@ -7,52 +10,33 @@
 namespace tolmi::test {
 namespace {
 
-void AppendText(std::vector<uint8_t>& out, const std::string& text) { out.insert(out.end(), text.begin(), text.end()); }
-
-void AppendU32(std::vector<uint8_t>& out, uint32_t value) {
-    out.resize(out.size() + 4);
-    StoreU32le(out.data() + out.size() - 4, value);
+void Text(ByteWriter& w, const std::string& text) {
+    w.bytes({reinterpret_cast<const uint8_t*>(text.data()), text.size()});
 }
 
-void AppendU16(std::vector<uint8_t>& out, uint16_t value) {
-    out.resize(out.size() + 2);
-    StoreU16le(out.data() + out.size() - 2, value);
-}
-
-std::vector<uint8_t> AvihData(const AviLayout& layout) {
+std::vector<uint8_t> Words(std::initializer_list<uint32_t> words) {
     std::vector<uint8_t> d;
-    for (uint32_t v : {layout.microSecPerFrame, 100000u, 0u, 0x10u, 0u, 0u, uint32_t(layout.streams.size()), 0u,
-                       layout.width, layout.height, 0u, 0u, 0u, 0u})
-        AppendU32(d, v);
+    ByteWriter w(d);
+    for (uint32_t v : words) w.u32le(v);
     return d;
 }
 
 std::vector<uint8_t> StrhData(const AviStreamLayout& s) {
     std::vector<uint8_t> d;
-    AppendText(d, s.video ? "vids" : "auds");
-    AppendText(d, s.handler);
-    for (uint32_t v : {0u, 0u, 0u, 1u, s.video ? 25u : 8000u, 0u, 0u, 0u, 0xFFFFFFFFu, s.video ? 0u : 2u})
-        AppendU32(d, v);
-    for (int i = 0; i < 4; ++i) AppendU16(d, 0);
+    ByteWriter w(d);
+    Text(w, s.video ? "vids" : "auds");
+    Text(w, s.handler);
+    for (uint32_t v : {0u, 0u, 0u, 1u, s.video ? 25u : 8000u, 0u, 0u, 0u, 0xFFFFFFFFu, s.video ? 0u : 2u}) w.u32le(v);
+    w.zeros(8);
     return d;
 }
 
 std::vector<uint8_t> StrfData(const AviStreamLayout& s) {
-    std::vector<uint8_t> d;
-    if (s.video) {
-        for (uint32_t v : {40u, s.width, s.height}) AppendU32(d, v);
-        AppendU16(d, 1);
-        AppendU16(d, 24);
-        AppendText(d, s.compression);
-        for (int i = 0; i < 5; ++i) AppendU32(d, 0);
-    } else {
-        AppendU16(d, 1);  // PCM, mono, 8000 Hz, 16 bits
-        AppendU16(d, 1);
-        AppendU32(d, 8000);
-        AppendU32(d, 16000);
-        AppendU16(d, 2);
-        AppendU16(d, 16);
-    }
+    if (!s.video) return Words({0x00010001, 8000, 16000, 0x00100002});  // PCM, mono, 8000 Hz, 16 bits
+    std::vector<uint8_t> d = Words({40, 320, 240, 0x00180001});           // one plane, 24 bits
+    ByteWriter w(d);
+    Text(w, s.compression);
+    w.zeros(20);
     return d;
 }
 
@@ -67,9 +51,9 @@ uint32_t GetU32le(const std::vector<uint8_t>& bytes, size_t at) {
 }
 
 size_t FindText(const std::vector<uint8_t>& bytes, const std::string& text, size_t from) {
-    for (size_t i = from; i + text.size() <= bytes.size(); ++i)
-        if (std::equal(text.begin(), text.end(), bytes.begin() + long(i))) return i;
-    return std::string::npos;
+    if (from >= bytes.size()) return std::string::npos;
+    const auto at = std::search(bytes.begin() + long(from), bytes.end(), text.begin(), text.end());
+    return at == bytes.end() ? std::string::npos : size_t(at - bytes.begin());
 }
 
 std::vector<uint8_t> Filler(size_t size, uint8_t seed) {
@@ -79,17 +63,19 @@ std::vector<uint8_t> Filler(size_t size, uint8_t seed) {
 }
 
 void AppendAviChunk(std::vector<uint8_t>& out, const std::string& id, const std::vector<uint8_t>& data) {
-    AppendText(out, id);
-    AppendU32(out, uint32_t(data.size()));
-    out.insert(out.end(), data.begin(), data.end());
-    if (data.size() & 1) out.push_back(0);
+    ByteWriter w(out);
+    Text(w, id);
+    w.u32le(uint32_t(data.size()));
+    w.bytes(data);
+    if (data.size() & 1) w.u8(0);
 }
 
 size_t BeginAviList(std::vector<uint8_t>& out, const std::string& tag, const std::string& type) {
     const size_t start = out.size();
-    AppendText(out, tag);
-    AppendU32(out, 0);
-    AppendText(out, type);
+    ByteWriter w(out);
+    Text(w, tag);
+    w.u32le(0);
+    Text(w, type);
     return start;
 }
 
@@ -101,7 +87,9 @@ std::vector<uint8_t> BeginAviFile(const AviLayout& layout) {
     std::vector<uint8_t> file;
     BeginAviList(file, "RIFF", "AVI ");
     const size_t hdrl = layout.withHdrl ? BeginAviList(file, "LIST", "hdrl") : 0;
-    if (layout.withHdrl) AppendAviChunk(file, "avih", AvihData(layout));
+    if (layout.withHdrl)
+        AppendAviChunk(file, "avih", Words({layout.microSecPerFrame, 100000, 0, 0x10, 0, 0,
+                                            uint32_t(layout.streams.size()), 0, layout.width, layout.height, 0, 0, 0, 0}));
     for (const AviStreamLayout& s : layout.streams) {
         const size_t strl = BeginAviList(file, "LIST", "strl");
         AppendAviChunk(file, "strh", StrhData(s));
@@ -126,12 +114,64 @@ void FinishAvi(std::vector<uint8_t>& file, bool withIndex) {
         for (size_t at = movi + 12; at + 8 <= file.size();) {
             const uint32_t size = GetU32le(file, at + 4);
             entries.insert(entries.end(), file.begin() + long(at), file.begin() + long(at) + 4);
-            for (uint32_t v : {0x10u, uint32_t(at - movi - 8), size}) AppendU32(entries, v);
+            const std::vector<uint8_t> entry = Words({0x10, uint32_t(at - movi - 8), size});
+            entries.insert(entries.end(), entry.begin(), entry.end());
             at += 8 + size + (size & 1);
         }
         AppendAviChunk(file, "idx1", entries);
     }
     EndAviList(file, 0);
+}
+
+std::span<const Clip> AviClips() {
+    static const Clip kClips[] = {
+        {"avi-mpeg4-pcm.avi", "-c:v mpeg4 -q:v 4 -g 25 -c:a pcm_s16le"},
+        {"avi-mjpeg-pcm.avi", "-c:v mjpeg -q:v 6 -pix_fmt yuvj420p -c:a pcm_s16le"},
+        {"avi-xvid-mp3.avi", "-c:v mpeg4 -vtag XVID -q:v 4 -g 25 -c:a libmp3lame -b:a 64k"},
+    };
+    return kClips;
+}
+
+std::string MakeClip(const Clip& clip) {
+    return MakeFixture(clip.name,
+                       "-f lavfi -i testsrc=size=320x240:rate=25:duration=4 "
+                       "-f lavfi -i sine=frequency=440:sample_rate=22050:duration=4 -ac 1 " +
+                           std::string(clip.encode));
+}
+
+const char* DamageName(Damage damage) {
+    static const char* const kNames[] = {"Intact", "CutAtEnd", "GarbageInMovi", "HeaderZeroed", "HeadGone"};
+    return kNames[int(damage)];
+}
+
+std::pair<std::vector<uint8_t>, Stretch> Damaged(const std::vector<uint8_t>& source, Damage damage) {
+    std::vector<uint8_t> bytes = source;
+    const size_t movi = FindText(source, "movi");
+    const size_t idx1 = FindText(source, "idx1", movi);
+    switch (damage) {
+        case Damage::Intact:
+            break;
+        case Damage::CutAtEnd: {
+            const size_t cut = movi + (idx1 - movi) * 7 / 10;
+            bytes.resize(cut);
+            return {bytes, {cut, UINT64_MAX}};
+        }
+        case Damage::GarbageInMovi: {
+            const size_t at = movi + (idx1 - movi) / 2;
+            std::mt19937 random(6);
+            for (size_t i = at; i < at + 4096; ++i) bytes[i] = uint8_t(random());
+            return {bytes, {at, at + 4096}};
+        }
+        case Damage::HeaderZeroed:
+            // The hdrl list's own type and its whole avih chunk.
+            std::fill(bytes.begin() + 20, bytes.begin() + 88, 0);
+            break;
+        case Damage::HeadGone:
+            // RIFF, hdrl and avih gone; the first stream list starts at 88.
+            bytes.erase(bytes.begin(), bytes.begin() + 80);
+            break;
+    }
+    return {bytes, {}};
 }
 
 RepairedAvi ReadRepairedAvi(const std::vector<uint8_t>& bytes) {
@@ -147,31 +187,23 @@ RepairedAvi ReadRepairedAvi(const std::vector<uint8_t>& bytes) {
         return avi;
     };
     if (fourcc() != "RIFF") return fail("no RIFF");
-    avi.riffSize = r.u32le();
-    if (uint64_t(avi.riffSize) + 8 != bytes.size()) return fail("RIFF size is not the file's length less 8");
+    if (uint64_t(r.u32le()) + 8 != bytes.size()) return fail("RIFF size is not the file's length less 8");
     if (fourcc() != "AVI ") return fail("no AVI");
-    avi.hdrlOffset = r.position();
     if (fourcc() != "LIST") return fail("no LIST at 12");
-    avi.hdrlSize = r.u32le();
-    const size_t hdrlEnd = r.position() + avi.hdrlSize;
+    const uint32_t hdrlSize = r.u32le();
+    const size_t hdrlEnd = r.position() + hdrlSize;
     if (fourcc() != "hdrl") return fail("no hdrl");
     while (r.ok() && r.position() + 8 <= hdrlEnd) {
         const std::string id = fourcc();
         const uint32_t size = r.u32le();
-        if (id == "LIST") {
-            const size_t start = r.position();
-            avi.hdrlChildren.push_back("LIST:" + fourcc());
-            r.seek(start);
-        } else {
-            avi.hdrlChildren.push_back(id);
-        }
-        r.skip(size + (size & 1));
+        avi.hdrlChildren.push_back(id == "LIST" ? "LIST:" + fourcc() : id);
+        r.skip(size + (size & 1) - (id == "LIST" ? 4 : 0));
     }
     if (!r.ok() || r.position() != hdrlEnd) return fail("hdrl size does not meet its children");
     avi.moviListOffset = r.position();
     if (fourcc() != "LIST") return fail("no LIST movi behind hdrl");
-    avi.moviSize = r.u32le();
-    const size_t moviEnd = r.position() + avi.moviSize;
+    const uint32_t moviSize = r.u32le();
+    const size_t moviEnd = r.position() + moviSize;
     if (fourcc() != "movi") return fail("no movi");
     while (r.ok() && r.position() + 8 <= moviEnd) {
         AviMoviChunk chunk;

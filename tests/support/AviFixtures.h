@@ -1,20 +1,19 @@
 #pragma once
-// AVI files for tests: byte layouts built by hand and a strict reader of the
-// files the repair writes.
+// AVI files for tests: layouts built byte by byte, real clips that ffmpeg
+// makes and damages the ways crashes and copies do, and a strict reader of
+// the files the repair writes.
 
 #include <cstdint>
-#include <map>
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
-
-#include "Probe.h"
 
 namespace tolmi::test {
 
 // ---- Building ----
 
-// Appends a chunk: four-letter id, size, data and the padding byte behind
-// an odd size.
+// A chunk: four-letter id, size, data and the padding byte behind an odd size.
 void AppendAviChunk(std::vector<uint8_t>& out, const std::string& id, const std::vector<uint8_t>& data);
 // Opens a RIFF or LIST of the given type; returns where it starts, for EndAviList.
 size_t BeginAviList(std::vector<uint8_t>& out, const std::string& tag, const std::string& type);
@@ -28,9 +27,8 @@ std::vector<uint8_t> Filler(size_t size, uint8_t seed);
 
 struct AviStreamLayout {
     bool video = true;
-    std::string handler = "DIVX";      // fccHandler, 4 characters
+    std::string handler = "DIVX";      // fccHandler
     std::string compression = "DIVX";  // biCompression of a video stream
-    uint32_t width = 320, height = 240;
     uint32_t strfSize = 40;            // the strf size as the file states it
 };
 
@@ -41,11 +39,34 @@ struct AviLayout {
     bool withHdrl = true;  // false: the stream lists stand without hdrl and avih
 };
 
-// RIFF, AVI, the header lists of layout and "LIST movi" with "movi"; the
-// chunks follow with AppendAviChunk and the file ends with FinishAvi.
+// RIFF, AVI, the header lists of layout and "LIST movi"; the chunks follow
+// with AppendAviChunk and the file ends with FinishAvi.
 std::vector<uint8_t> BeginAviFile(const AviLayout& layout);
 // Closes the movi list and the RIFF, with an idx1 behind the chunks when withIndex.
 void FinishAvi(std::vector<uint8_t>& file, bool withIndex);
+
+// ---- Real clips ----
+
+struct Clip {
+    const char* name;
+    const char* encode;  // ffmpeg arguments behind the two lavfi inputs
+};
+// MPEG-4 video with PCM, Motion JPEG with PCM, XviD with MP3; 4 s each.
+std::span<const Clip> AviClips();
+// The clip's path in the fixture cache, made once; empty when ffmpeg fails.
+std::string MakeClip(const Clip& clip);
+
+enum class Damage { Intact, CutAtEnd, GarbageInMovi, HeaderZeroed, HeadGone };
+inline constexpr Damage kAllDamages[] = {Damage::Intact, Damage::CutAtEnd, Damage::GarbageInMovi,
+                                         Damage::HeaderZeroed, Damage::HeadGone};
+const char* DamageName(Damage damage);
+
+// The damaged stretch in the source's offsets: [begin, end).
+struct Stretch {
+    uint64_t begin = 0, end = 0;
+};
+// Damages source as told; returns the damaged bytes and the stretch lost.
+std::pair<std::vector<uint8_t>, Stretch> Damaged(const std::vector<uint8_t>& source, Damage damage);
 
 // ---- Reading what the repair wrote ----
 
@@ -63,14 +84,13 @@ struct AviMoviChunk {
 struct RepairedAvi {
     bool wellFormed = false;  // every size agrees with the bytes and the file's length
     std::string error;
-    uint32_t riffSize = 0, hdrlSize = 0, moviSize = 0;
-    uint64_t hdrlOffset = 0, moviListOffset = 0;
+    uint64_t moviListOffset = 0;
     std::vector<std::string> hdrlChildren;  // ids, and "LIST:type" of lists, in order
     std::vector<AviMoviChunk> chunks;
     std::vector<AviIndexEntry> index;
 };
 
-// Walks a repaired file strictly by its sizes.
+// Walks a repaired file strictly by its sizes: RIFF, hdrl, movi, idx1.
 RepairedAvi ReadRepairedAvi(const std::vector<uint8_t>& bytes);
 
 }  // namespace tolmi::test

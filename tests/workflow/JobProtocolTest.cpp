@@ -15,7 +15,6 @@ protected:
         Session().reset();
         Session().clock = [this] { return now; };
         Session().ui = &ui;
-        now = 1'000'000;
     }
     void TearDown() override { Session().reset(); }
 
@@ -25,17 +24,17 @@ protected:
             onTimerTick(kJobTimerId);
         }
     }
-    void startRunning() {
-        pickCorruptedFile("/videos/clip.mp4");
+    void startRunning(const std::string& path = "/videos/clip.mp4") {
+        pickCorruptedFile(path);
         Session().repairing = 1;
         startJobClock();
     }
 
-    int64_t now = 0;
+    int64_t now = 1'000'000;
     test::ScriptedUi ui;
 };
 
-TEST_F(JobProtocolTest, ElapsedTimeLeavesOutEveryPause) {
+TEST_F(JobProtocolTest, ElapsedTimeLeavesOutEveryPauseAndHoldsWhileADialogIsOpen) {
     startRunning();
     runFor(10);
     EXPECT_EQ(Session().elapsedText, " 00:00:10");
@@ -44,26 +43,19 @@ TEST_F(JobProtocolTest, ElapsedTimeLeavesOutEveryPause) {
     EXPECT_EQ(Session().elapsedText, " 00:00:10") << "a paused job's time stands still";
     togglePause();
     runFor(5);
-    EXPECT_EQ(Session().elapsedText, " 00:00:15");
     togglePause();
     runFor(30);
     togglePause();
     runFor(1);
     EXPECT_EQ(Session().elapsedText, " 00:00:16") << "both pauses are subtracted";
-}
-
-TEST_F(JobProtocolTest, TheDisplayHoldsWhileADialogIsOpenAndThenJumps) {
-    startRunning();
-    runFor(3);
+    // An open dialog holds the display, which then jumps.
     Session().messageKind = kInformation;
     runFor(20);
-    EXPECT_EQ(Session().elapsedText, " 00:00:03");
+    EXPECT_EQ(Session().elapsedText, " 00:00:16");
     Session().messageKind = kNoMessage;
     runFor(1);
-    EXPECT_EQ(Session().elapsedText, " 00:00:24");
-}
-
-TEST_F(JobProtocolTest, ASpanOfMoreThanADayWrapsLikeATimeOfDay) {
+    EXPECT_EQ(Session().elapsedText, " 00:00:37");
+    // A span of more than a day wraps like a time of day.
     EXPECT_EQ(FormatSpan(25 * 3600 + 61), " 01:01:01");
     EXPECT_EQ(FormatSpan(0), " 00:00:00");
 }
@@ -71,15 +63,18 @@ TEST_F(JobProtocolTest, ASpanOfMoreThanADayWrapsLikeATimeOfDay) {
 TEST_F(JobProtocolTest, CancelAnsweredNoResumesEvenAJobPausedBefore) {
     startRunning();
     togglePause();
+    JobState during = JobState::Idle;
+    ui.onCall("showMessage 2", [&] { during = Session().State(); });
     ui.answerYesNo({false});
     cancelJob();
-    EXPECT_EQ(Session().paused, 0);
-    EXPECT_EQ(Session().repairing, 1);
-    EXPECT_EQ(Session().State(), JobState::Running);
     EXPECT_TRUE(ui.called("showMessage 2 IDS_CANCEL_DLG_MSG  IDS_CONFIRMATION"));
+    // The scripted dialog sets messageKind before the action runs.
+    EXPECT_EQ(during, JobState::Confirming) << "the job is held while the question is open";
+    EXPECT_EQ(Session().paused, 0);
+    EXPECT_EQ(Session().State(), JobState::Running);
 }
 
-TEST_F(JobProtocolTest, AtNinetyNinePercentAYesHasTheEffectOfNo) {
+TEST_F(JobProtocolTest, AYesStopsTheJobAndGoesHomeBelowNinetyNinePercentOnly) {
     startRunning();
     Session().percent = 99;
     ui.answerYesNo({true});
@@ -87,10 +82,7 @@ TEST_F(JobProtocolTest, AtNinetyNinePercentAYesHasTheEffectOfNo) {
     EXPECT_EQ(Session().repairing, 1);
     EXPECT_EQ(Session().stopRequested, 0);
     EXPECT_FALSE(ui.called("showMessage 3"));
-}
 
-TEST_F(JobProtocolTest, ConfirmedCancelStopsTheJobAndGoesHome) {
-    startRunning();
     Session().jobLive = 1;
     Session().percent = 98;
     ui.answerYesNo({true});
@@ -103,9 +95,10 @@ TEST_F(JobProtocolTest, ConfirmedCancelStopsTheJobAndGoesHome) {
     EXPECT_TRUE(ui.called("goHome"));
 }
 
-TEST_F(JobProtocolTest, AnAviJobCanBeCancelledAtAnyPercent) {
-    pickCorruptedFile("/videos/clip.avi");
-    Session().repairing = 1;
+TEST_F(JobProtocolTest, AnAviJobCanBeCancelledAtAnyPercentAndWithoutAJobCancelDoesNothing) {
+    cancelJob();
+    EXPECT_TRUE(ui.calls().empty());
+    startRunning("/videos/clip.avi");
     Session().aviPercent = 100;  // percent is a MOV job's figure and stays 0
     ui.answerYesNo({true});
     cancelJob();
@@ -113,55 +106,19 @@ TEST_F(JobProtocolTest, AnAviJobCanBeCancelledAtAnyPercent) {
     EXPECT_EQ(Session().repairing, 0);
 }
 
-TEST_F(JobProtocolTest, CancelWithoutAJobDoesNothing) {
-    cancelJob();
-    EXPECT_TRUE(ui.calls().empty());
-}
-
-TEST_F(JobProtocolTest, WhileTheQuestionIsOpenTheJobIsHeldAndNamedConfirming) {
-    startRunning();
-    JobState during = JobState::Idle;
-    ui.onCall("showMessage 2", [&] { during = Session().State(); });
-    ui.answerYesNo({false});
-    cancelJob();
-    // The scripted dialog sets messageKind before the action runs.
-    EXPECT_EQ(during, JobState::Confirming);
-}
-
 TEST_F(JobProtocolTest, TheExtensionAloneDecidesTheJobKind) {
-    pickCorruptedFile("/videos/CLIP.MoV");
-    EXPECT_EQ(Session().isMovJob, 1);
-    EXPECT_EQ(Session().corruptedExtension, "MOV");
-    Session().reset();
-    pickCorruptedFile("/videos/clip.m4v");
-    EXPECT_EQ(Session().isMovJob, 0);
-    EXPECT_EQ(Session().isAviJob, 1);
-    EXPECT_EQ(Session().aviRunAllowed, 1);
-    Session().reset();
-    pickCorruptedFile("/videos/noextension");
-    EXPECT_EQ(Session().isMovJob, 0);
-}
-
-TEST_F(JobProtocolTest, StatesFollowTheFlags) {
-    EXPECT_EQ(Session().State(), JobState::Idle);
-    pickCorruptedFile("/videos/clip.mp4");
-    EXPECT_EQ(Session().State(), JobState::Picked);
-    Session().awaitingReference = 1;
-    EXPECT_EQ(Session().State(), JobState::NeedsReference);
-    pickReferenceFile("/videos/good.mp4");
-    EXPECT_EQ(Session().State(), JobState::ReferenceChosen);
-    pickReferenceFile("");
-    EXPECT_EQ(Session().State(), JobState::NeedsReference) << "a dismissed picker empties the reference";
-    Session().repairing = 1;
-    EXPECT_EQ(Session().State(), JobState::Running);
-    Session().paused = 1;
-    EXPECT_EQ(Session().State(), JobState::Paused);
-    Session().repairing = 0;
-    Session().paused = 0;
-    Session().tempOutputPath = "/tmp/x";
-    EXPECT_EQ(Session().State(), JobState::Finished);
-    Session().saving = 1;
-    EXPECT_EQ(Session().State(), JobState::Saving);
+    for (auto [path, mov, extension] : {std::tuple{"/videos/CLIP.MoV", 1, "MOV"}, {"/videos/clip.m4v", 0, "M4V"},
+                                        {"/videos/noextension", 0, ""}}) {
+        SCOPED_TRACE(path);
+        Session().reset();
+        pickCorruptedFile(path);
+        EXPECT_EQ(Session().isMovJob, mov);
+        EXPECT_EQ(Session().corruptedExtension, extension);
+        if (!mov) {
+            EXPECT_EQ(Session().isAviJob, 1);
+            EXPECT_EQ(Session().aviRunAllowed, 1);
+        }
+    }
 }
 
 TEST_F(JobProtocolTest, LongPathsAreShownByTheirEnds) {

@@ -35,14 +35,7 @@ protected:
 TEST_F(SaveFlowTest, TheProposedNameIsUnpadded) {
     ::setenv("TZ", "UTC", 1);
     ::tzset();
-    std::tm when{};
-    when.tm_year = 2026 - 1900;
-    when.tm_mon = 1;
-    when.tm_mday = 3;
-    when.tm_hour = 5;
-    when.tm_min = 7;
-    when.tm_sec = 1;
-    const int64_t now = int64_t(timegm(&when));
+    const int64_t now = 1770095221;  // 3 February 2026, 05:07:01 UTC
     EXPECT_EQ(ProposedSaveName(now, true), "TolmiVideoRepair_ 3-2-2026-5-7-1.mov");
     EXPECT_EQ(ProposedSaveName(now, false), "TolmiVideoRepair_ 3-2-2026-5-7-1.avi");
 }
