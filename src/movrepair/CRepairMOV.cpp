@@ -102,7 +102,7 @@ private:
     void DeferVideoRun(SampleRun run, uint32_t frameCount);
     bool Searched(const DeferredRun& deferred);
     bool RecordSearchedRuns();
-    void FinishDeferredRuns(uint64_t fileSize, int walkPercent, int& lastShown);
+    void FinishDeferredRuns(uint64_t walkShown, uint64_t fileSize, int& lastShown);
     void RecordVideoRun(SampleRun run, uint32_t frameCount);
     void TakeGap(uint64_t runOffset);
     void TakeAacFrames(SampleRun found, const std::function<SampleRun()>& searchFront);
@@ -203,12 +203,13 @@ bool MediaDataScan::Run() {
     StartAacWorker();
     OpenOutput();
     int lastShown = kNothingShown;
-    // What the walk alone shows last, which is the job's figure in the end.
-    int walkPercent = 0;
+    // Where the walk last showed its progress: its percentage is the job's
+    // figure in the end.
+    uint64_t walkShown = 0;
     uint64_t position = 0;
     while (position < fileSize) {
         if (WaitWhilePaused()) return false;
-        walkPercent = int(position * 100 / fileSize);
+        walkShown = position;
         ShowWalkTo(position);
         ShowPercent(ProgressPercent(position, fileSize), lastShown);
         if (!state_.straightforwardReading) {
@@ -230,7 +231,7 @@ bool MediaDataScan::Run() {
     if (aacWorker_) {
         // No run ends the stretch behind the last one: it is not audio.
         aacWorker_->Abandon(openSearch_);
-        FinishDeferredRuns(fileSize, walkPercent, lastShown);
+        FinishDeferredRuns(walkShown, fileSize, lastShown);
     }
     headSettled_ = true;
     if (!WriteSettledRuns()) return false;
@@ -315,16 +316,17 @@ bool MediaDataScan::RecordSearchedRuns() {
 }
 
 // Once the walk is done: records the remaining runs as their searches end,
-// showing how far the searches have come.
-void MediaDataScan::FinishDeferredRuns(uint64_t fileSize, int walkPercent, int& lastShown) {
+// showing how far the searches have come, up to where the walk last showed
+// its progress, whose percentage the job ends with (the bar never goes back).
+void MediaDataScan::FinishDeferredRuns(uint64_t walkShown, uint64_t fileSize, int& lastShown) {
     using namespace std::chrono_literals;
     while (!Session().stopRequested) {
         const size_t done = aacWorker_->DoneCount();
         if (!RecordSearchedRuns() || deferredRuns_.empty()) break;
         aacWorker_->WaitForMoreDone(done, 100ms);
-        ShowPercent(ProgressPercent(fileSize, fileSize), lastShown);
+        ShowPercent(ProgressPercent(walkShown, fileSize), lastShown);
     }
-    ShowPercent(walkPercent, lastShown);
+    ShowPercent(fileSize ? int(walkShown * 100 / fileSize) : 0, lastShown);
 }
 
 // The stretch between the last video run and the next is audio of the

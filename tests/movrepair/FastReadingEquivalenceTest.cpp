@@ -5,8 +5,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "EngineRun.h"
 #include "RepairCases.h"
+#include "ScriptedUi.h"
 #include "TestSupport.h"
 #include "movrepair/MovRepairState.h"
 #include "workflow/RepairSession.h"
@@ -25,11 +28,15 @@ struct Outcome {
     int32_t percent = 0;
     int32_t jobFailed = 0;
     std::string videoCoderFormat, audioCoderFormat;
+    std::vector<int> scanProgress;  // what the bar showed until the writer began
 };
 
 Outcome Repair(const test::DamagedInput& input, const std::string& moduleDir, bool straightforward) {
     MovState().straightforwardReading = straightforward;
-    test::EngineRun run = test::RunMovEngine(input.damaged, input.movieSource, moduleDir);
+    test::ScriptedUi ui;
+    size_t scanShown = 0;
+    ui.onCall("showStatus Writing", [&] { scanShown = ui.progress().size(); });
+    test::EngineRun run = test::RunMovEngine(input.damaged, input.movieSource, moduleDir, &ui);
     MovState().straightforwardReading = false;
     const RepairSession& s = Session();
     Outcome outcome;
@@ -41,6 +48,8 @@ Outcome Repair(const test::DamagedInput& input, const std::string& moduleDir, bo
     outcome.jobFailed = s.jobFailed;
     outcome.videoCoderFormat = s.videoCoderFormat;
     outcome.audioCoderFormat = s.audioCoderFormat;
+    const std::vector<int> shown = ui.progress();
+    outcome.scanProgress.assign(shown.begin(), shown.begin() + std::ptrdiff_t(std::min(scanShown, shown.size())));
     return outcome;
 }
 
@@ -76,6 +85,12 @@ TEST_P(FastReadingEquivalence, GivesTheFileAndFiguresOfTheStraightforwardReading
     EXPECT_EQ(fast.percent, plain.percent);
     EXPECT_EQ(fast.videoCoderFormat, plain.videoCoderFormat);
     EXPECT_EQ(fast.audioCoderFormat, plain.audioCoderFormat);
+    // The bar of the scan only moves forward, to the same end.
+    for (const Outcome* outcome : {&plain, &fast}) {
+        ASSERT_FALSE(outcome->scanProgress.empty());
+        EXPECT_TRUE(std::is_sorted(outcome->scanProgress.begin(), outcome->scanProgress.end()));
+        EXPECT_EQ(outcome->scanProgress.back(), plain.scanProgress.back());
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, FastReadingEquivalence, ::testing::ValuesIn(test::EndToEndCases()),
