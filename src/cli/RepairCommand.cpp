@@ -52,6 +52,11 @@ std::atomic<int> suspends{0};
 
 void onSuspend(int) { suspends.fetch_add(1); }
 
+// The signals the main thread has acted on. They are counted over the whole
+// job, so that a Ctrl-C or Ctrl-Z that comes between two passes (while the
+// reference is read) is acted on when the next pass starts, not lost.
+int handledInterrupts = 0, handledSuspends = 0;
+
 struct Options {
     std::string damaged;
     std::string reference;
@@ -103,11 +108,10 @@ void runPass(ConsoleUi& ui) {
     using namespace std::chrono_literals;
     ui.beginPass();
     startRepair();
-    int handled = 0, handledSuspends = suspends;
     auto nextTick = std::chrono::steady_clock::now() + 1s;
     while (Session().repairing == 1) {
-        if (interrupts > handled) {
-            handled = interrupts;
+        if (interrupts > handledInterrupts) {
+            handledInterrupts = interrupts;
             cancelJob();
         }
         if (suspends > handledSuspends) {
