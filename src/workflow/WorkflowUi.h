@@ -28,7 +28,9 @@ public:
     // The result page; the front end runs the finish step through it.
     virtual void showResult() = 0;
 
-    // Progress of a MOV job, written by the engine from the worker thread.
+    // Progress of a MOV job, written by the engine from the worker thread:
+    // bar and percent label. The AVI engine uses it only to set the bar back
+    // to 0; its percent label follows onAviProgress.
     virtual void setProgress(int percent) = 0;
     // The AVI engine's event for each change of aviPercent.
     virtual void onAviProgress() = 0;

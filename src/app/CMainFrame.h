@@ -1,0 +1,86 @@
+#pragma once
+// The one top-level window: no system caption, its own blue header band
+// with the logo and the picture buttons, and under it the top, middle and
+// bottom sections. It turns the job's state into what the sections show,
+// carries the commands of the sections to the core, and owns the way back
+// to the idle page and the close protocol.
+
+#include <QWidget>
+
+#include "app/Artwork.h"
+#include "app/FilePicker.h"
+#include "app/ScreenModel.h"
+#include "workflow/WorkflowUi.h"
+
+namespace tolmi {
+
+class CButtonST;
+class CXBottomSection;
+class CXContainer;
+class CXTopSection;
+
+class CMainFrame : public QWidget {
+    Q_OBJECT
+public:
+    CMainFrame();
+
+    void setFilePicker(FilePicker picker) { picker_ = std::move(picker); }
+
+    // Shows what the job's state asks for, in all three sections.
+    void refresh();
+
+    // The window's side of the WorkflowUi operations, on the GUI thread.
+    void showRepairPage(const std::string& statusTextKey);
+    void showStatus(const QString& text);
+    void showMessage(int kind, const std::string& textKey, const std::string& titleKey);
+    void askForReference();
+    void startElapsedTimer();
+    void goHome();
+    void showResult();
+    void setProgress(int percent);
+    void onAviProgress();
+
+    // Close: asks when no job runs, else tells that one runs.
+    void requestClose();
+    void toggleMaximized();
+
+    CXTopSection* top() const { return top_; }
+    CXContainer* container() const { return container_; }
+    CXBottomSection* bottom() const { return bottom_; }
+
+signals:
+    // Commands whose protocols live elsewhere: the menus, the save, the
+    // preview and the problem report.
+    void menuRequested(QWidget* button);
+    void helpRequested(QWidget* button);
+    void saveRequested();
+    void previewRequested();
+    void reportRequested();
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    CButtonST* headerButton(const char* name, Art art, const QString& toolTip);
+    void connectCommands();
+    void pickCorrupted();
+    void pickReference();
+    void showClock();
+    // Holds a running job (or save) while a dialog tells the user about it.
+    void tellJobRuns(const char* jobKey, const char* saveKey);
+    Qt::Edges edgesAt(QPoint point) const;
+
+    CXTopSection* top_;
+    CXContainer* container_;
+    CXBottomSection* bottom_;
+    CButtonST *close_, *maximize_, *minimize_, *menu_, *help_, *home_, *logo_;
+    ControlMap controls_;
+    FilePicker picker_ = PickWithFileDialog;
+    bool maximized_ = false;
+};
+
+}  // namespace tolmi

@@ -1,0 +1,71 @@
+#include "WindowHarness.h"
+
+#include <QDir>
+#include <filesystem>
+
+#include "app/Application.h"
+#include "platform/Environment.h"
+#include "workflow/Language.h"
+#include "workflow/RepairDriver.h"
+#include "workflow/RepairSession.h"
+
+namespace tolmi::test {
+
+namespace fs = std::filesystem;
+
+WindowHarness::WindowHarness() {
+    fs::copy(fs::path(TOLMI_SOURCE_DIR) / "lg", fs::path(dir_.path()) / "lg");
+    Environment::OverrideModuleDir(dir_.path());
+    Environment::OverrideFreeSpace(uint64_t(1) << 40);
+    loadLanguage(0x409);
+    Session().reset();
+    frame_ = std::make_unique<CMainFrame>();
+    ui_ = std::make_unique<QtWorkflowUi>(*frame_);
+    Session().ui = ui_.get();
+    frame_->setFilePicker([this](QWidget*, FilePick) { return picks_.isEmpty() ? QString() : picks_.takeFirst(); });
+    frame_->show();
+    QVERIFY(QTest::qWaitForWindowExposed(frame_.get()));
+}
+
+WindowHarness::~WindowHarness() {
+    // A worker may still hand calls to the window: let them arrive first.
+    waitForWorker();
+    QCoreApplication::processEvents();
+    Session().reset();
+    frame_.reset();
+    Environment::OverrideModuleDir(std::nullopt);
+    Environment::OverrideFreeSpace(std::nullopt);
+}
+
+void WindowHarness::click(const char* objectName) {
+    auto* widget = find(objectName);
+    QVERIFY2(widget, objectName);
+    QVERIFY2(widget->isVisible() && widget->isEnabled(), objectName);
+    QTest::mouseClick(widget, Qt::LeftButton);
+}
+
+void Screenshot(QWidget& widget, const QString& name) {
+    QDir().mkpath(TOLMI_SCREENSHOT_DIR);
+    QVERIFY(widget.grab().save(QString(TOLMI_SCREENSHOT_DIR) + "/" + name + ".png"));
+}
+
+void WhenDialogOpens(std::function<void(QWidget* dialog)> answer) {
+    auto* poll = new QTimer(qApp);
+    QObject::connect(poll, &QTimer::timeout, poll, [poll, answer = std::move(answer)] {
+        QWidget* dialog = QApplication::activeModalWidget();
+        if (!dialog) return;
+        poll->deleteLater();
+        poll->stop();
+        answer(dialog);
+    });
+    poll->start(20);
+}
+
+int HangLimitMs(int seconds) {
+#if defined(__SANITIZE_ADDRESS__)
+    seconds *= 5;
+#endif
+    return seconds * 1000;
+}
+
+}  // namespace tolmi::test

@@ -1,0 +1,60 @@
+#pragma once
+// The real window for tests, offscreen: a module folder of the test's own
+// (with the delivered language files, so "$tmp" is its own too), the window
+// and its WorkflowUi adapter set in the session, files picked by a script,
+// and screenshots into the build folder.
+
+#include <QApplication>
+#include <QString>
+#include <QtTest>
+#include <functional>
+#include <memory>
+
+#include "TestSupport.h"
+#include "app/CMainFrame.h"
+#include "app/QtWorkflowUi.h"
+
+namespace tolmi::test {
+
+class WindowHarness {
+public:
+    WindowHarness();
+    ~WindowHarness();
+
+    CMainFrame& frame() { return *frame_; }
+    const TempDir& dir() const { return dir_; }
+    // The next file dialogs answer with these paths, in order ("" dismisses).
+    void pickNext(const QString& path) { picks_.append(path); }
+    // Clicks the visible, enabled control of that object name.
+    void click(const char* objectName);
+    template <typename T = QWidget>
+    T* find(const char* objectName) const {
+        return frame_->findChild<T*>(objectName);
+    }
+
+private:
+    TempDir dir_;
+    std::unique_ptr<CMainFrame> frame_;
+    std::unique_ptr<QtWorkflowUi> ui_;
+    QStringList picks_;
+};
+
+// Writes widget's picture to the build folder's screenshots, as name.png.
+void Screenshot(QWidget& widget, const QString& name);
+// Runs answer on the next modal dialog once it is open, inside its own
+// event loop (the test's code stands still while the dialog runs).
+void WhenDialogOpens(std::function<void(QWidget* dialog)> answer);
+// A limit that only stops a hang, longer in the sanitizer build.
+int HangLimitMs(int seconds);
+
+}  // namespace tolmi::test
+
+// A QTest main that runs offscreen unless the environment chose otherwise.
+#define TOLMI_WINDOW_TEST_MAIN(TestClass)                                                 \
+    int main(int argc, char** argv) {                                                     \
+        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen"); \
+        QApplication app(argc, argv);                                                     \
+        tolmi::PrepareApplication(app);                                                   \
+        TestClass test;                                                                   \
+        return QTest::qExec(&test, argc, argv);                                           \
+    }
