@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what building and testing need on Debian 12, where it is missing.
 set -euo pipefail
-packages=(build-essential cmake pkg-config libgtest-dev libcli11-dev libfaad-dev ffmpeg clang libclang-rt-14-dev time)
+packages=(build-essential cmake pkg-config libgtest-dev libcli11-dev libfaad-dev ffmpeg clang libclang-rt-14-dev time
+  qt6-base-dev libgl-dev fonts-open-sans)
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing+=("$package")
