@@ -9,16 +9,8 @@ namespace tolmi {
 
 CXProgressBar::CXProgressBar(QWidget* parent) : QWidget(parent) { setAttribute(Qt::WA_OpaquePaintEvent); }
 
-bool CXProgressBar::SetRange(int low, int high) {
-    if (pos_ < low || pos_ > high) return false;
-    low_ = low;
-    high_ = high;
-    return true;
-}
-
 bool CXProgressBar::SetPos(int value) {
-    if (value < low_ || value > high_) return false;
-    pos_ = high_ - value;  // counted down from the top; the drawing goes by the job's figure
+    if (value < 0 || value > 100) return false;
     targetWidth_ = step() * value;
     animation_.start(20, this);
     return true;

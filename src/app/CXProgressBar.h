@@ -1,7 +1,7 @@
 #pragma once
 // The five-pixel progress bar. Its drawn width follows the job's own figure
 // (the save's, the MOV job's or the AVI job's percent): a 20 ms timer moves
-// it towards the position last set, reading the figure as it goes.
+// it towards the position last set (0 to 100), reading the figure as it goes.
 
 #include <QBasicTimer>
 #include <QWidget>
@@ -13,7 +13,6 @@ class CXProgressBar : public QWidget {
 public:
     explicit CXProgressBar(QWidget* parent);
 
-    bool SetRange(int low, int high);
     bool SetPos(int value);
     void SetBarColors(QColor background, QColor bar);
     void ResetAnimation();
@@ -27,7 +26,6 @@ private:
     int step() const;
     static int JobFigure();
 
-    int low_ = 0, high_ = 100, pos_ = 0;
     int drawnWidth_ = 0, targetWidth_ = 0;
     QColor background_{0x00, 0xaf, 0x78}, bar_{0x2d, 0xc8, 0xa5};
     QBasicTimer animation_;

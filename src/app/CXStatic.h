@@ -17,7 +17,6 @@ public:
     void setText(const QString& text);
     QString text() const { return text_; }
     void setTextColor(QColor color);
-    QColor textColor() const { return textColor_; }
     void setAlignment(Qt::Alignment alignment);
     void setUnderline(bool underline);
     void setWordWrap(bool wrap);

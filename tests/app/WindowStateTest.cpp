@@ -2,6 +2,7 @@
 // the font table; screenshots of each into the build folder.
 
 #include <QAbstractButton>
+#include <QScreen>
 #include <QtTest>
 #include <functional>
 #include <thread>
@@ -161,7 +162,7 @@ class WindowStateTest : public QObject {
 private slots:
     void eachStateShowsItsControlsAndTexts_data();
     void eachStateShowsItsControlsAndTexts();
-    void colourProbes();
+    void coloursAndGeometry();
     void dialogKinds_data();
     void dialogKinds();
     void reportOfferComparesTheFailureTexts();
@@ -200,9 +201,21 @@ void WindowStateTest::eachStateShowsItsControlsAndTexts() {
     Screenshot(h.frame(), QString("state_") + expected.name);
 }
 
-// The colours that carry meaning, read back from the drawn window.
-void WindowStateTest::colourProbes() {
+// The colours that carry meaning, read back from the drawn window, and the
+// places of the three sections at the window's size and after a maximise.
+void WindowStateTest::coloursAndGeometry() {
     WindowHarness h;
+    for (bool maximizedOnce : {false, true}) {
+        QCOMPARE(h.frame().size(), QSize(1025, 585));
+        QCOMPARE(h.frame().top()->geometry(), QRect(8, 70, 1009, 52));
+        QCOMPARE(h.frame().container()->geometry(), QRect(8, 122, 1009, 369));
+        QCOMPARE(h.find("cancelButton")->parentWidget()->geometry(), QRect(8, 491, 1009, 89));
+        if (maximizedOnce) break;
+        h.click("maximizeButton");
+        QCOMPARE(h.frame().size(), h.frame().screen()->availableGeometry().size());
+        QCOMPARE(h.find("maximizeButton")->toolTip(), QString("Restore"));
+        h.click("maximizeButton");
+    }
     RunMov(h);
     const QImage window = h.frame().grab().toImage();
     QCOMPARE(window.pixelColor(500, 5), QColor(0x05, 0x50, 0x93));   // the header band
@@ -213,6 +226,17 @@ void WindowStateTest::colourProbes() {
     const QImage drawn = bar->grab().toImage();
     QCOMPARE(drawn.pixelColor(meet - 1, 2), QColor(0x23, 0xb9, 0x49));
     QCOMPARE(drawn.pixelColor(meet, 2), QColor(0xeb, 0xeb, 0xeb));
+
+    // The hot look of a command button and of a header button.
+    for (const char* name : {"pauseButton", "closeButton"}) {
+        QWidget* button = h.find(name);
+        const QPoint centre = button->rect().center() + QPoint(0, button->height() / 4);
+        const QColor normal = button->grab().toImage().pixelColor(centre);
+        QTest::mouseMove(button, centre);
+        QTRY_VERIFY(button->underMouse());
+        QVERIFY2(button->grab().toImage().pixelColor(centre) != normal, name);
+        Screenshot(*h.frame().window(), QString("hot_") + name);
+    }
 
     WindowHarness asking;
     AskForReference(asking);
