@@ -201,6 +201,10 @@ std::vector<Kept> KeptCases() {
     }
     std::copy_n("JUNK", 4, unindexed[0].data.begin() + 40);
     cases.push_back({"super index tags", BuildFile(AviLayout{}, indexed), unindexed, {}, 1});
+    // A JUNK chunk behind a chunk vouches for it as a chunk id does.
+    std::vector<Chunk> withJunk = chunks;
+    withJunk.insert(withJunk.begin() + 3, Chunk{"JUNK", Filler(100, 5)});
+    cases.push_back({"JUNK behind a chunk", BuildFile(VideoAndAudio(), withJunk), chunks});
     return cases;
 }
 

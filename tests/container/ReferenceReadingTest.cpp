@@ -24,6 +24,7 @@ struct ReferenceCase {
     const char* videoFormat;
     const char* audioFormat;  // "" without sound
 };
+void PrintTo(const ReferenceCase& c, std::ostream* out) { *out << RecipeName(c.recipe); }
 
 class ReferenceReadingTest : public ::testing::TestWithParam<ReferenceCase> {
 protected:

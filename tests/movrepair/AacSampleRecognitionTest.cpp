@@ -13,6 +13,11 @@
 #include "movrepair/AacSampleRecognition.h"
 
 namespace tolmi {
+
+// Test lists show a search by its name (found next to the type).
+const char* SearchName(AacSearch search) { return search == AacSearch::Plain ? "Plain" : "Fast"; }
+void PrintTo(AacSearch search, std::ostream* out) { *out << SearchName(search); }
+
 namespace {
 
 using test::PacketRecord;
@@ -167,7 +172,7 @@ TEST_P(AacRecognition, LongZeroRunsHideNoFrame) {
 }
 
 INSTANTIATE_TEST_SUITE_P(PlainAndFast, AacRecognition, ::testing::Values(AacSearch::Plain, AacSearch::Fast),
-                         [](const auto& info) { return info.param == AacSearch::Plain ? "Plain" : "Fast"; });
+                         [](const auto& info) { return SearchName(info.param); });
 
 }  // namespace
 }  // namespace tolmi

@@ -95,5 +95,15 @@ TEST(ByteReader, AReadPastTheEndFailsForGoodAndReadsNothing) {
     EXPECT_FALSE(little.ok());
 }
 
+TEST(ByteReader, ASeekMayStopAtTheEndButNotBeyond) {
+    const uint8_t bytes[] = {1, 2, 3};
+    ByteReader reader(bytes, sizeof bytes);
+    EXPECT_TRUE(reader.seek(3));
+    EXPECT_EQ(reader.remaining(), 0u);
+    EXPECT_TRUE(reader.ok());
+    EXPECT_FALSE(reader.seek(4));
+    EXPECT_FALSE(reader.ok());
+}
+
 }  // namespace
 }  // namespace tolmi

@@ -54,11 +54,12 @@ public:
         return "<no text for " + key + ">";
     }
 
-    // Runs the program with arguments (already quoted for the shell) under a time limit.
-    ProgramRun run(const std::string& arguments, int timeLimitSeconds = 60) const {
+    // Runs the program with arguments (already quoted for the shell) under a
+    // limit that only stops a hang.
+    ProgramRun run(const std::string& arguments) const {
         ProgramRun result;
         const auto start = std::chrono::steady_clock::now();
-        result.output = CaptureCommand("LANG=en_US.UTF-8 timeout -k 5 " + std::to_string(timeLimitSeconds) + " " +
+        result.output = CaptureCommand("LANG=en_US.UTF-8 timeout -k 5 " + std::to_string(int(HangLimit(120))) + " " +
                                            userPrefix_ + ShellQuote(binary()) + " " + arguments + " 2>&1 </dev/null",
                                        &result.status);
         result.seconds = SecondsSince(start);

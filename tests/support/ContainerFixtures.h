@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -63,6 +64,8 @@ struct ReferenceRecipe {
 };
 // A name of letters, digits and underscores, e.g. h264_bframes_aac_mp4.
 std::string RecipeName(const ReferenceRecipe& recipe);
+// Test lists show a recipe by its name.
+inline void PrintTo(const ReferenceRecipe& recipe, std::ostream* out) { *out << RecipeName(recipe); }
 // The path of the cached file, or empty when ffmpeg is missing or fails.
 std::string MakeContainerReference(const ReferenceRecipe& recipe);
 

@@ -38,6 +38,14 @@ void WriteAll(const std::string& path, const std::vector<uint8_t>& bytes) {
     if (!out) throw std::runtime_error("cannot write " + path);
 }
 
+double HangLimit(double seconds) {
+#if defined(__SANITIZE_ADDRESS__)
+    return 4 * seconds;
+#else
+    return seconds;
+#endif
+}
+
 int RunCommand(const std::string& command) {
     int status = std::system(command.c_str());
     if (status == -1 || !WIFEXITED(status)) return -1;

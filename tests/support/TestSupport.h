@@ -32,6 +32,10 @@ std::string CaptureCommand(const std::string& command, int* status = nullptr);
 // Quotes a path for the shell.
 std::string ShellQuote(const std::string& text);
 
+// A limit that only stops a hang: the seconds given, four times over in a
+// sanitizer build, where every job runs several times slower.
+double HangLimit(double seconds);
+
 bool HaveFfmpeg();
 // The folder where fixtures are cached (TOLMI_TEST_FIXTURES, else a folder in /tmp).
 std::string FixtureDir();
