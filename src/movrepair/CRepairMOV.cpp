@@ -17,8 +17,10 @@
 #include "movrepair/AacSearchWorker.h"
 #include "movrepair/ChunkEntryList.h"
 #include "movrepair/FrameSizeFolder.h"
+#include "movrepair/InStepWalk.h"
 #include "movrepair/MovRepairState.h"
 #include "movrepair/NalStartFilter.h"
+#include "movrepair/ReferenceLayout.h"
 #include "movrepair/SampleCopier.h"
 #include "movrepair/VideoSampleRecognition.h"
 #include "platform/ByteReader.h"
@@ -75,7 +77,12 @@ uint64_t NextPercentStep(uint64_t position, uint64_t fileSize) {
 class MediaDataScan {
 public:
     MediaDataScan(MovRepairState& state, GFile& reference, uint8_t lengthSize, ReferenceParameterSets sets)
-        : state_(state), reference_(reference), lengthSize_(lengthSize), sets_(sets), filter_(lengthSize, sets) {}
+        : state_(state),
+          reference_(reference),
+          lengthSize_(lengthSize),
+          sets_(sets),
+          filter_(lengthSize, sets),
+          layout_(reference.movie) {}
 
     // False when the job was stopped.
     bool Run();
@@ -97,7 +104,14 @@ private:
     bool WriteSettledRuns();
     int ProgressPercent(uint64_t position, uint64_t fileSize);
     void ShowWalkTo(uint64_t position);
-    uint64_t NextCandidate(uint64_t position, uint64_t limit);
+    bool RunInStep();
+    uint64_t WalkInStep(InStepWalk& walk, Picture picture, int& lastShown);
+    void AddPicture(Picture picture);
+    void FlushVideo();
+    void RecordPiece(StepPiece piece);
+    void RecordAudio(SampleRun run);
+    void RecordPcm(uint64_t offset, uint64_t size, bool countBigEndian);
+    AudioKind ReferenceAudioKind() const;
     bool AcceptVideoRun(SampleRun run, uint32_t frameCount);
     void DeferVideoRun(SampleRun run, uint32_t frameCount);
     bool Searched(const DeferredRun& deferred);
@@ -115,7 +129,11 @@ private:
     uint8_t lengthSize_;
     ReferenceParameterSets sets_;
     NalStartFilter filter_;
+    ReferenceLayout layout_;
     ChunkEntryList video_, audio_;
+    // The pictures found in step since the last audio or other sample: one chunk.
+    SampleRun pendingVideo_;
+    uint32_t pendingFrames_ = 0;
     const DecoderSpecifiInfoWrapper* aacConfig_ = nullptr;
     bool aacConfigRead_ = false;
     // With the fast reading, the AAC stretches are searched by threads of their own.
@@ -198,6 +216,7 @@ int MediaDataScan::ProgressPercent(uint64_t position, uint64_t fileSize) {
 }
 
 bool MediaDataScan::Run() {
+    if (layout_.InterleavesFrameByFrame()) return RunInStep();
     DamagedFile& file = state_.damagedFile;
     const uint64_t fileSize = file.size();
     StartAacWorker();
@@ -215,7 +234,7 @@ bool MediaDataScan::Run() {
         if (!state_.straightforwardReading) {
             // Within one percentage step, straight to the next position that may start a chain.
             const uint64_t limit = std::min({fileSize, NextPercentStep(position, fileSize), position + kSkipBatch});
-            position = NextCandidate(position, limit);
+            position = NextCandidate(file, filter_, position, limit);
             if (position == limit) continue;
         }
         SampleRun run;
@@ -237,24 +256,6 @@ bool MediaDataScan::Run() {
     if (!WriteSettledRuns()) return false;
     CloseOutput();
     return !WaitWhilePaused();
-}
-
-// The first position in [position, limit) that passes the cheap header
-// rules, or limit.
-uint64_t MediaDataScan::NextCandidate(uint64_t position, uint64_t limit) {
-    DamagedFile& file = state_.damagedFile;
-    const size_t span = filter_.span();
-    while (position < limit) {
-        const uint64_t end = std::min<uint64_t>(limit, position + (DamagedFile::largestView() - span));
-        std::span<const uint8_t> bytes = file.view(position, size_t(end - position) + span);
-        // A read fault is left to the full test.
-        if (bytes.empty()) return position;
-        const size_t count = std::min(size_t(end - position), bytes.size());
-        const size_t first = filter_.FirstCandidate(bytes.data(), count, bytes.size());
-        if (first < count) return position + first;
-        position += count;
-    }
-    return limit;
 }
 
 // False when the job was stopped while the samples were written.
@@ -342,14 +343,23 @@ void MediaDataScan::TakeGap(uint64_t runOffset) {
         const uint64_t frontLength = state_.videoSamples.front()->offset;
         TakeAacFrames(CollectAacRun(file, lastEnd, gap, AacConfig(), search),
                       [&] { return CollectAacRun(file, 0, frontLength, AacConfig(), search); });
-    } else if (Is(format, "SOWT_AUDIO_CODER_FORMAT")) {
+    } else {
+        RecordPcm(lastEnd, gap, false);
+    }
+}
+
+// A stretch of PCM in the reference's format, as one sample. Big-endian
+// PCM keeps the reference's sample-to-chunk table unless countBigEndian.
+void MediaDataScan::RecordPcm(uint64_t offset, uint64_t size, bool countBigEndian) {
+    const std::string& format = Session().audioCoderFormat;
+    const bool bigEndian = Is(format, "TWOS_AUDIO_CODER_FORMAT");
+    if (Is(format, "SOWT_AUDIO_CODER_FORMAT") || (bigEndian && countBigEndian)) {
         // A PCM frame counts as 4 bytes here, whatever the reference says.
-        audio_.AddChunk(uint32_t(gap / 4));
-        AppendAudioRun(PcmRun(lastEnd, gap), false);
-    } else if (Is(format, "TWOS_AUDIO_CODER_FORMAT")) {
-        // The sample-to-chunk table of twos comes from the reference, so
-        // the chunk is neither counted nor recorded here.
-        AppendAudioRun(PcmRun(lastEnd, gap), false);
+        audio_.AddChunk(uint32_t(size / 4));
+        AppendAudioRun(PcmRun(offset, size), false);
+    } else if (bigEndian) {
+        // The chunk is neither counted nor recorded here.
+        AppendAudioRun(PcmRun(offset, size), false);
     }
 }
 
@@ -382,6 +392,101 @@ void MediaDataScan::AppendAudioRun(SampleRun run, bool inFront) {
     for (const auto& sample : run) state_.audioSamples.push_back(sample.get());
     if (inFront) state_.sampleRuns.push_front(std::move(run));
     else state_.sampleRuns.push_back(std::move(run));
+}
+
+AudioKind MediaDataScan::ReferenceAudioKind() const {
+    const std::string& format = Session().audioCoderFormat;
+    if (Is(format, "MP4A_AUDIO_CODER_FORMAT")) return AudioKind::Aac;
+    if (Is(format, "SOWT_AUDIO_CODER_FORMAT") || Is(format, "TWOS_AUDIO_CODER_FORMAT")) return AudioKind::Pcm;
+    return AudioKind::None;
+}
+
+// The walk of a file interleaved frame by frame: the byte search looks for
+// a picture that a step confirms, then the walk goes on in step for as
+// long as one thing leads to the next. Audio in front of the first picture
+// is taken in step from where the media data starts, and so is audio
+// behind the last one and behind damage. False when the job was stopped.
+bool MediaDataScan::RunInStep() {
+    DamagedFile& file = state_.damagedFile;
+    const uint64_t fileSize = file.size();
+    OpenOutput();
+    InStepWalk walk(file, lengthSize_, sets_, ReferenceAudioKind(), AacConfig(), layout_);
+    int lastShown = kNothingShown;
+    uint64_t position = walk.MediaDataStart();
+    // Where the stretch that no step explains began.
+    uint64_t stretchStart = position;
+    while (position < fileSize) {
+        if (WaitWhilePaused()) return false;
+        ShowPercent(int(position * 100 / fileSize), lastShown);
+        const uint64_t limit = std::min({fileSize, NextPercentStep(position, fileSize), position + kSkipBatch});
+        std::optional<Picture> picture = walk.FindConfirmedPicture(position, limit);
+        if (!picture) {
+            position = limit;
+            continue;
+        }
+        // What no step explains in front of the picture: audio in step from its start.
+        RecordAudio(walk.AudioInStep(stretchStart, picture->samples.front()->offset));
+        position = stretchStart = WalkInStep(walk, std::move(*picture), lastShown);
+        headSettled_ = true;
+        if (!WriteSettledRuns()) return false;
+    }
+    RecordAudio(walk.AudioInStep(stretchStart, fileSize));
+    FlushVideo();
+    headSettled_ = true;
+    if (!WriteSettledRuns()) return false;
+    CloseOutput();
+    return !WaitWhilePaused();
+}
+
+// Records picture and everything that follows it in step; where the
+// stretch that no step explains begins. A picture that no step leads on
+// from is kept only where the end of the file explains it: damage that
+// cut into it would make its end fall where nothing the reference writes
+// begins.
+uint64_t MediaDataScan::WalkInStep(InStepWalk& walk, Picture picture, int& lastShown) {
+    const uint64_t fileSize = state_.damagedFile.size();
+    for (;;) {
+        const uint64_t end = picture.end();
+        ShowPercent(int(end * 100 / fileSize), lastShown);
+        std::optional<Step> step = walk.StepFrom(end);
+        if (!step && fileSize - end > 2 * layout_.LongestChunk()) return picture.samples.front()->offset;
+        AddPicture(std::move(picture));
+        if (!step || WaitWhilePaused()) return end;
+        for (StepPiece& piece : step->pieces) RecordPiece(std::move(piece));
+        picture = std::move(step->picture);
+    }
+}
+
+void MediaDataScan::AddPicture(Picture picture) {
+    std::move(picture.samples.begin(), picture.samples.end(), std::back_inserter(pendingVideo_));
+    pendingFrames_ += picture.frameCount;
+}
+
+void MediaDataScan::FlushVideo() {
+    if (pendingVideo_.empty()) return;
+    RecordVideoRun(std::move(pendingVideo_), pendingFrames_);
+    pendingVideo_.clear();
+    pendingFrames_ = 0;
+}
+
+void MediaDataScan::RecordPiece(StepPiece piece) {
+    const TrackLayout& track = layout_.tracks()[piece.track];
+    if (track.role != TrackLayout::Role::Audio || ReferenceAudioKind() == AudioKind::None) {
+        for (const auto& sample : piece.samples)
+            state_.otherTrackSamples.push_back({track.movieTrack, track.format, sample->offset, sample->size});
+        return;
+    }
+    RecordAudio(std::move(piece.samples));
+}
+
+// Audio samples found in step close the chunk of the pictures in front.
+void MediaDataScan::RecordAudio(SampleRun run) {
+    if (run.empty()) return;
+    FlushVideo();
+    // Chunks found in step are the damaged file's own; the reference's table would not fit them.
+    if (ReferenceAudioKind() == AudioKind::Pcm) return RecordPcm(run.front()->offset, run.front()->size, true);
+    audio_.AddChunk(uint32_t(run.size()));
+    AppendAudioRun(std::move(run), false);
 }
 
 std::span<const uint8_t> MediaDataScan::AacConfig() {

@@ -13,6 +13,7 @@ void MovRepairState::Clear() {
     videoSamples.clear();
     audioSamples.clear();
     sampleRuns.clear();
+    otherTrackSamples.clear();
     audioRequest.reset();
     videoRequest.reset();
     chunkEntryRows.clear();

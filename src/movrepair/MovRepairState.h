@@ -18,6 +18,15 @@ namespace tolmi {
 class CAtomCreationRequest;
 class GFile;
 
+// A sample of one of the reference's other tracks (timecode, telemetry,
+// metadata), found between the video and audio samples.
+struct OtherTrackSample {
+    size_t track = 0;    // the index of the track in the reference's movie
+    std::string format;  // of the track's sample description, e.g. "tmcd"
+    uint64_t offset = 0;
+    uint64_t size = 0;
+};
+
 struct MovRepairState {
     MovRepairState();
     ~MovRepairState();
@@ -31,6 +40,8 @@ struct MovRepairState {
     std::vector<CSample*> videoSamples;   // in file order
     std::vector<CSample*> audioSamples;   // in the order found
     std::deque<SampleRun> sampleRuns;     // every accepted run in file order; owns the samples
+    // In file order; not a part of the runs written.
+    std::vector<OtherTrackSample> otherTrackSamples;
     std::unique_ptr<CAtomCreationRequest> audioRequest;
     std::unique_ptr<CAtomCreationRequest> videoRequest;
     // The sample-to-chunk rows that the requests point at.

@@ -52,12 +52,13 @@ class ScanAndWrite : public ::testing::Test {
 protected:
     void SetUp() override {
         if (!test::HaveFfmpeg()) GTEST_SKIP() << "ffmpeg is missing";
-        // The same encoder settings as the units, with AAC audio beside.
-        reference_ = test::MakeFixture("movrepair_scan_reference.mp4",
+        // The same encoder settings as the units, with AAC audio beside, in
+        // chunks of half a second, as cameras write them.
+        reference_ = test::MakeFixture("movrepair_scan_reference_chunked.mp4",
                                        "-f lavfi -i testsrc2=size=320x240:rate=25:duration=1 "
                                        "-f lavfi -i sine=frequency=440:sample_rate=44100:duration=1 -ac 2 "
                                        "-pix_fmt yuv420p " +
-                                           std::string(kEncoder) + "-c:a aac -b:a 96k");
+                                           std::string(kEncoder) + "-c:a aac -b:a 96k -chunk_duration 500000");
         units_ = test::EncodedUnits("movrepair_x264_1slice.h264", std::string(kPicture) + kEncoder);
         ASSERT_FALSE(reference_.empty());
         ASSERT_GT(units_.size(), 20u);

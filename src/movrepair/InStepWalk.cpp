@@ -1,0 +1,173 @@
+#include "movrepair/InStepWalk.h"
+
+#include <algorithm>
+
+#include "movrepair/AacSampleRecognition.h"
+#include "workflow/RepairSession.h"
+
+namespace tolmi {
+namespace {
+
+// How many things a step may pass over before the picture it leads to:
+// audio, then up to two samples of other tracks, as cameras write them.
+constexpr int kStepDepth = 3;
+// The most AAC frames one step passes over between two pictures.
+constexpr int kAacFramesInStep = 64;
+// The pictures one step may try; a step through garbage ends when they run out.
+constexpr uint32_t kPicturesPerStep = 4096;
+// The top-level atoms looked at for the media data, at most.
+constexpr int kAtomsBeforeMediaData = 64;
+
+bool IsPrintable(const uint8_t* type) {
+    return std::all_of(type, type + 4, [](uint8_t c) { return c >= 0x20 && c < 0x7F; });
+}
+
+uint64_t BigEndian(const uint8_t* bytes, size_t count) {
+    uint64_t value = 0;
+    for (size_t i = 0; i < count; ++i) value = (value << 8) | bytes[i];
+    return value;
+}
+
+}  // namespace
+
+uint64_t NextCandidate(DamagedFile& file, const NalStartFilter& filter, uint64_t position, uint64_t limit) {
+    const size_t span = filter.span();
+    while (position < limit) {
+        const uint64_t end = std::min<uint64_t>(limit, position + (DamagedFile::largestView() - span));
+        std::span<const uint8_t> bytes = file.view(position, size_t(end - position) + span);
+        // A read fault is left to the full test.
+        if (bytes.empty()) return position;
+        const size_t count = std::min(size_t(end - position), bytes.size());
+        const size_t first = filter.FirstCandidate(bytes.data(), count, bytes.size());
+        if (first < count) return position + first;
+        position += count;
+    }
+    return limit;
+}
+
+InStepWalk::InStepWalk(DamagedFile& file, uint8_t lengthSize, const ReferenceParameterSets& sets, AudioKind audio,
+                       std::span<const uint8_t> aacConfig, const ReferenceLayout& layout)
+    : file_(file),
+      lengthSize_(lengthSize),
+      sets_(sets),
+      filter_(lengthSize, sets),
+      audio_(audio),
+      aacConfig_(aacConfig.begin(), aacConfig.end()),
+      layout_(layout) {
+    for (size_t t = 0; t < layout.tracks().size(); ++t)
+        if (layout.tracks()[t].role == TrackLayout::Role::Audio) audioTrack_ = t;
+}
+
+std::optional<Step> InStepWalk::StepFrom(uint64_t position) {
+    budget_ = kPicturesPerStep;
+    Step step;
+    if (!StepInto(position, kStepDepth, true, step)) return std::nullopt;
+    return step;
+}
+
+bool InStepWalk::StepInto(uint64_t position, int depth, bool audioAllowed, Step& step) {
+    if (position >= file_.size() || budget_ == 0) return false;
+    --budget_;
+    if (std::optional<Picture> picture = CollectPicture(position, file_, lengthSize_, sets_)) {
+        step.picture = std::move(*picture);
+        return true;
+    }
+    if (depth == 0) return false;
+    if (audioAllowed && audio_ == AudioKind::Aac && StepOverAac(position, depth, step)) return true;
+    for (size_t t = 0; t < layout_.tracks().size(); ++t) {
+        const TrackLayout::Role role = layout_.tracks()[t].role;
+        // AAC frames have lengths of their own; the decoder tells them.
+        const bool chunked = role == TrackLayout::Role::Other ||
+                             (role == TrackLayout::Role::Audio && audioAllowed && audio_ != AudioKind::Aac);
+        if (chunked && StepOverChunk(position, depth, t, audioAllowed && t != audioTrack_, step)) return true;
+    }
+    return false;
+}
+
+bool InStepWalk::StepOverAac(uint64_t position, int depth, Step& step) {
+    AacStretchSearch search(file_, position, aacConfig_, AacSearch::Fast);
+    const uint64_t room = file_.size() - position;
+    for (int i = 0; i < kAacFramesInStep && search.TakeFrameAtCursor(room); ++i) {
+        Step rest;
+        if (StepInto(position + search.cursor(), depth - 1, false, rest)) {
+            step.pieces.push_back({search.TakeFound(), audioTrack_});
+            std::move(rest.pieces.begin(), rest.pieces.end(), std::back_inserter(step.pieces));
+            step.picture = std::move(rest.picture);
+            return true;
+        }
+    }
+    return false;
+}
+
+bool InStepWalk::StepOverChunk(uint64_t position, int depth, size_t track, bool audioAllowed, Step& step) {
+    const TrackLayout& layout = layout_.tracks()[track];
+    for (uint64_t length : layout.chunkLengths) {
+        if (length > file_.size() - position) continue;
+        Step rest;
+        if (StepInto(position + length, depth - 1, audioAllowed, rest)) {
+            StepPiece piece{{}, track};
+            piece.samples.push_back(std::make_unique<CSample>(position, length, layout.format));
+            step.pieces.push_back(std::move(piece));
+            std::move(rest.pieces.begin(), rest.pieces.end(), std::back_inserter(step.pieces));
+            step.picture = std::move(rest.picture);
+            return true;
+        }
+    }
+    return false;
+}
+
+std::optional<Picture> InStepWalk::FindConfirmedPicture(uint64_t position, uint64_t limit) {
+    while (position < limit) {
+        if (WaitWhilePaused()) return std::nullopt;
+        position = NextCandidate(file_, filter_, position, limit);
+        if (position == limit) break;
+        std::optional<Picture> picture = CollectPicture(position, file_, lengthSize_, sets_);
+        if (picture && StepFrom(picture->end())) return picture;
+        ++position;
+    }
+    return std::nullopt;
+}
+
+SampleRun InStepWalk::AudioInStep(uint64_t position, uint64_t end) {
+    if (position >= end) return {};
+    if (audio_ == AudioKind::Aac) {
+        AacStretchSearch search(file_, position, aacConfig_, AacSearch::Fast);
+        while (search.TakeFrameAtCursor(end - position)) {
+        }
+        return search.TakeFound();
+    }
+    const std::vector<uint64_t>& lengths = layout_.AudioChunkLengths();
+    if (audio_ != AudioKind::Pcm || lengths.empty()) return {};
+    const uint64_t stretch = end - position;
+    // PCM cannot tell where it ends: a chunk ends where a unit of a picture
+    // begins, or it fills a stretch no longer than the reference's chunks.
+    auto unitBehind = [&](uint64_t length) {
+        return length <= stretch && ReadNalAt(position + length, file_, lengthSize_, sets_) != nullptr;
+    };
+    auto found = std::find_if(lengths.begin(), lengths.end(), unitBehind);
+    uint64_t length = found != lengths.end() ? *found : stretch;
+    SampleRun run;
+    if (length <= *std::max_element(lengths.begin(), lengths.end()))
+        run.push_back(std::make_unique<CSample>(position, length, "SOWT"));
+    return run;
+}
+
+uint64_t InStepWalk::MediaDataStart() {
+    uint64_t position = 0;
+    for (int i = 0; i < kAtomsBeforeMediaData && position + 16 <= file_.size(); ++i) {
+        uint8_t header[16] = {};
+        if (file_.read(position, header, sizeof header) != sizeof header || !IsPrintable(header + 4)) return 0;
+        uint64_t size = BigEndian(header, 4);
+        size_t headerSize = 8;
+        if (size == 1) {
+            size = BigEndian(header + 8, 8);
+            headerSize = 16;
+        }
+        if (std::equal(header + 4, header + 8, "mdat")) return position + headerSize;
+        if (size < headerSize || size > file_.size() - position) return 0;
+        position += size;
+    }
+    return 0;
+}
+
+}  // namespace tolmi

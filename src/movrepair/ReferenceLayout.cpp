@@ -1,0 +1,95 @@
+#include "movrepair/ReferenceLayout.h"
+
+#include <algorithm>
+#include <map>
+
+#include "container/AtomSupport.h"
+#include "container/CMdia.h"
+#include "container/CMinf.h"
+#include "container/CMoov.h"
+#include "container/CStbl.h"
+#include "container/CStco.h"
+#include "container/CStsd.h"
+#include "container/CStsz.h"
+#include "container/CTrak.h"
+
+namespace tolmi {
+namespace {
+
+// Most lengths a track keeps: the walk tries each where it stands.
+constexpr size_t kLengthsKept = 16;
+
+const CStbl* SampleTable(const CTrak* track) {
+    if (!track || !track->mdia || !track->mdia->minf) return nullptr;
+    const CStbl* table = track->mdia->minf->stbl;
+    return table && table->stco && table->stco->count > 0 ? table : nullptr;
+}
+
+struct ChunkStart {
+    uint64_t offset;
+    size_t track;
+};
+
+// The lengths of each track's chunks, by track, the most frequent first.
+std::vector<std::vector<uint64_t>> ChunkLengths(const std::vector<const CStbl*>& tables) {
+    std::vector<ChunkStart> starts;
+    for (size_t t = 0; t < tables.size(); ++t)
+        for (uint64_t offset : tables[t]->stco->offsets) starts.push_back({offset, t});
+    std::sort(starts.begin(), starts.end(), [](auto& a, auto& b) { return a.offset < b.offset; });
+    std::vector<std::map<uint64_t, size_t>> counts(tables.size());
+    for (size_t i = 0; i + 1 < starts.size(); ++i)
+        if (starts[i + 1].offset > starts[i].offset) ++counts[starts[i].track][starts[i + 1].offset - starts[i].offset];
+    std::vector<std::vector<uint64_t>> lengths(tables.size());
+    for (size_t t = 0; t < tables.size(); ++t) {
+        std::vector<std::pair<size_t, uint64_t>> byCount;
+        for (auto [length, count] : counts[t]) byCount.push_back({count, length});
+        std::sort(byCount.begin(), byCount.end(), [](auto& a, auto& b) { return a.first > b.first; });
+        for (size_t i = 0; i < byCount.size() && i < kLengthsKept; ++i) lengths[t].push_back(byCount[i].second);
+    }
+    return lengths;
+}
+
+}  // namespace
+
+ReferenceLayout::ReferenceLayout(const CMoov* movie) {
+    if (!movie) return;
+    std::vector<const CStbl*> tables;
+    bool videoSeen = false, audioSeen = false;
+    for (size_t index = 0; index < movie->tracks.size(); ++index) {
+        const CTrak* track = movie->tracks[index];
+        const CStbl* table = SampleTable(track);
+        if (!table) continue;
+        TrackLayout layout;
+        layout.movieTrack = index;
+        layout.format = table->stsd ? table->stsd->coderFormat : "";
+        if (!videoSeen && SameWord(track->trackKind, kVideoTrack)) {
+            layout.role = TrackLayout::Role::Video;
+            videoSeen = true;
+            const uint32_t samples = table->stsz ? table->stsz->count : 0;
+            frameByFrame_ = samples > 0 && samples <= 2 * table->stco->count;
+        } else if (!audioSeen && SameWord(track->trackKind, kAudioTrack)) {
+            layout.role = TrackLayout::Role::Audio;
+            audioSeen = true;
+        }
+        tables.push_back(table);
+        tracks_.push_back(std::move(layout));
+    }
+    std::vector<std::vector<uint64_t>> lengths = ChunkLengths(tables);
+    for (size_t t = 0; t < tracks_.size(); ++t) tracks_[t].chunkLengths = std::move(lengths[t]);
+}
+
+uint64_t ReferenceLayout::LongestChunk() const {
+    uint64_t longest = 0;
+    for (const TrackLayout& track : tracks_)
+        for (uint64_t length : track.chunkLengths) longest = std::max(longest, length);
+    return longest;
+}
+
+const std::vector<uint64_t>& ReferenceLayout::AudioChunkLengths() const {
+    static const std::vector<uint64_t> none;
+    for (const TrackLayout& track : tracks_)
+        if (track.role == TrackLayout::Role::Audio) return track.chunkLengths;
+    return none;
+}
+
+}  // namespace tolmi

@@ -1,0 +1,45 @@
+#pragma once
+// How the reference lays out its media data: how many samples its video
+// chunks hold, and how long the chunks of each track are. The chunks of an
+// interleaved file follow each other without a gap, so a chunk is as long
+// as the distance to the next chunk of any track.
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace tolmi {
+
+class CMoov;
+
+struct TrackLayout {
+    enum class Role { Video, Audio, Other };
+    Role role = Role::Other;
+    std::string format;     // of the sample description, e.g. "tmcd"
+    size_t movieTrack = 0;  // the index of the track in the movie
+    // The lengths of the chunks that have a chunk of the reference behind
+    // them, each length once, the most frequent first.
+    std::vector<uint64_t> chunkLengths;
+};
+
+class ReferenceLayout {
+public:
+    // The first video and the first audio track play those roles; every
+    // other track with chunks is kept as another track.
+    explicit ReferenceLayout(const CMoov* movie);
+
+    // Video chunks of one or two samples: the file is interleaved frame by
+    // frame, and one picture at a time is what the walk looks for.
+    bool InterleavesFrameByFrame() const { return frameByFrame_; }
+    const std::vector<TrackLayout>& tracks() const { return tracks_; }
+    // The longest chunk length kept of any track.
+    uint64_t LongestChunk() const;
+    // The chunk lengths of the audio track; empty without one.
+    const std::vector<uint64_t>& AudioChunkLengths() const;
+
+private:
+    std::vector<TrackLayout> tracks_;
+    bool frameByFrame_ = false;
+};
+
+}  // namespace tolmi
