@@ -82,7 +82,7 @@ public:
           lengthSize_(lengthSize),
           sets_(sets),
           filter_(lengthSize, sets),
-          layout_(reference.movie) {}
+          layout_(reference.movie, Session().scanPath) {}
 
     // False when the job was stopped.
     bool Run();
@@ -452,6 +452,7 @@ uint64_t MediaDataScan::WalkInStep(InStepWalk& walk, Picture picture, int& lastS
         if (!step && fileSize - end > 2 * layout_.LongestChunk()) return picture.samples.front()->offset;
         AddPicture(std::move(picture));
         if (!step || WaitWhilePaused()) return end;
+        walk.Accept(*step);
         for (StepPiece& piece : step->pieces) RecordPiece(std::move(piece));
         picture = std::move(step->picture);
     }

@@ -9,8 +9,8 @@ namespace tolmi {
 namespace {
 
 // How many things a step may pass over before the picture it leads to:
-// audio, then up to two samples of other tracks, as cameras write them.
-constexpr int kStepDepth = 3;
+// cameras write audio frames with samples of other tracks between them.
+constexpr int kStepDepth = 8;
 // The most AAC frames one step passes over between two pictures.
 constexpr int kAacFramesInStep = 64;
 // The pictures one step may try; a step through garbage ends when they run out.
@@ -56,6 +56,11 @@ InStepWalk::InStepWalk(DamagedFile& file, uint8_t lengthSize, const ReferencePar
       layout_(layout) {
     for (size_t t = 0; t < layout.tracks().size(); ++t)
         if (layout.tracks()[t].role == TrackLayout::Role::Audio) audioTrack_ = t;
+    taken_.assign(layout.tracks().size(), 0);
+}
+
+void InStepWalk::Accept(const Step& step) {
+    for (const StepPiece& piece : step.pieces) taken_[piece.track] += piece.samples.size();
 }
 
 std::optional<Step> InStepWalk::StepFrom(uint64_t position) {
@@ -79,7 +84,7 @@ bool InStepWalk::StepInto(uint64_t position, int depth, bool audioAllowed, Step&
         // AAC frames have lengths of their own; the decoder tells them.
         const bool chunked = role == TrackLayout::Role::Other ||
                              (role == TrackLayout::Role::Audio && audioAllowed && audio_ != AudioKind::Aac);
-        if (chunked && StepOverChunk(position, depth, t, audioAllowed && t != audioTrack_, step)) return true;
+        if (chunked && StepOverChunk(position, depth, t, step)) return true;
     }
     return false;
 }
@@ -99,12 +104,14 @@ bool InStepWalk::StepOverAac(uint64_t position, int depth, Step& step) {
     return false;
 }
 
-bool InStepWalk::StepOverChunk(uint64_t position, int depth, size_t track, bool audioAllowed, Step& step) {
+// Audio follows audio only with another track's sample between them.
+bool InStepWalk::StepOverChunk(uint64_t position, int depth, size_t track, Step& step) {
     const TrackLayout& layout = layout_.tracks()[track];
+    if (!StartsLike(position, track)) return false;
     for (uint64_t length : layout.chunkLengths) {
         if (length > file_.size() - position) continue;
         Step rest;
-        if (StepInto(position + length, depth - 1, audioAllowed, rest)) {
+        if (StepInto(position + length, depth - 1, track != audioTrack_, rest)) {
             StepPiece piece{{}, track};
             piece.samples.push_back(std::make_unique<CSample>(position, length, layout.format));
             step.pieces.push_back(std::move(piece));
@@ -116,13 +123,29 @@ bool InStepWalk::StepOverChunk(uint64_t position, int depth, size_t track, bool 
     return false;
 }
 
+// A track that the reference writes once (a timecode) and whose bytes tell
+// nothing is taken once.
+bool InStepWalk::StartsLike(uint64_t position, size_t trackIndex) {
+    const TrackLayout& track = layout_.tracks()[trackIndex];
+    if (track.leadingBytes.empty()) return track.chunkCount > 1 || taken_[trackIndex] == 0;
+    std::span<const uint8_t> bytes = file_.view(position, track.leadingBytes.size());
+    return std::equal(bytes.begin(), bytes.end(), track.leadingBytes.begin(), track.leadingBytes.end());
+}
+
+// Two steps, to a second picture and from there to a third: as the chain of
+// three units of a long chunk, it is what garbage does not give.
+bool InStepWalk::LeadsOnTwice(const Picture& picture) {
+    std::optional<Step> step = StepFrom(picture.end());
+    return step && StepFrom(step->picture.end());
+}
+
 std::optional<Picture> InStepWalk::FindConfirmedPicture(uint64_t position, uint64_t limit) {
     while (position < limit) {
         if (WaitWhilePaused()) return std::nullopt;
         position = NextCandidate(file_, filter_, position, limit);
         if (position == limit) break;
         std::optional<Picture> picture = CollectPicture(position, file_, lengthSize_, sets_);
-        if (picture && StepFrom(picture->end())) return picture;
+        if (picture && LeadsOnTwice(*picture)) return picture;
         ++position;
     }
     return std::nullopt;

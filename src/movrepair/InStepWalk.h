@@ -4,8 +4,8 @@
 // known, what can begin right there is tried first: the next picture, AAC
 // frames that the decoder consumes whole, PCM or another track's sample of a
 // length the reference's chunks have. A picture found by the byte search
-// counts only when such a step leads from its end to a further picture, so
-// a stretch of garbage never yields a frame.
+// counts only when such steps lead from its end to two further pictures,
+// so a stretch of garbage never yields a frame.
 
 #include <cstdint>
 #include <optional>
@@ -42,8 +42,12 @@ public:
     // none when nothing the reference writes leads to a picture.
     std::optional<Step> StepFrom(uint64_t position);
 
-    // The first picture at or after position, below limit, whose end a step
-    // leads on from; none up to limit.
+    // The step is taken: its samples count against the tracks that the
+    // reference writes once.
+    void Accept(const Step& step);
+
+    // The first picture at or after position, below limit, from whose end
+    // steps lead on to two more pictures; none up to limit.
     std::optional<Picture> FindConfirmedPicture(uint64_t position, uint64_t limit);
 
     // Audio in step from position, not past end: AAC frames consumed whole
@@ -58,7 +62,10 @@ public:
 private:
     bool StepInto(uint64_t position, int depth, bool audioAllowed, Step& step);
     bool StepOverAac(uint64_t position, int depth, Step& step);
-    bool StepOverChunk(uint64_t position, int depth, size_t track, bool audioAllowed, Step& step);
+    bool StepOverChunk(uint64_t position, int depth, size_t track, Step& step);
+    // Whether the bytes at position begin as the track's chunks do.
+    bool StartsLike(uint64_t position, size_t track);
+    bool LeadsOnTwice(const Picture& picture);
 
     DamagedFile& file_;
     uint8_t lengthSize_;
@@ -68,6 +75,8 @@ private:
     std::vector<uint8_t> aacConfig_;
     const ReferenceLayout& layout_;
     size_t audioTrack_ = SIZE_MAX;
+    // By track: the samples taken in accepted steps.
+    std::vector<size_t> taken_;
     // The pictures a step may still try; a step in garbage ends when it runs out.
     uint32_t budget_ = 0;
 };

@@ -12,12 +12,16 @@
 #include "container/CStsd.h"
 #include "container/CStsz.h"
 #include "container/CTrak.h"
+#include "platform/File.h"
 
 namespace tolmi {
 namespace {
 
 // Most lengths a track keeps: the walk tries each where it stands.
 constexpr size_t kLengthsKept = 16;
+// The chunks whose first bytes are compared, and how many bytes at most.
+constexpr size_t kChunksCompared = 32;
+constexpr size_t kLeadingBytes = 4;
 
 const CStbl* SampleTable(const CTrak* track) {
     if (!track || !track->mdia || !track->mdia->minf) return nullptr;
@@ -49,9 +53,26 @@ std::vector<std::vector<uint64_t>> ChunkLengths(const std::vector<const CStbl*>&
     return lengths;
 }
 
+// The first bytes that the track's first chunks share; none when fewer than
+// two chunks can be read.
+std::vector<uint8_t> SharedLeadingBytes(const File& file, const std::vector<uint64_t>& offsets) {
+    std::vector<uint8_t> shared;
+    size_t read = 0;
+    for (size_t i = 0; i < offsets.size() && i < kChunksCompared; ++i) {
+        uint8_t bytes[kLeadingBytes] = {};
+        if (file.readAt(offsets[i], bytes, kLeadingBytes).value_or(0) != kLeadingBytes) continue;
+        if (read++ == 0) shared.assign(bytes, bytes + kLeadingBytes);
+        size_t same = 0;
+        while (same < shared.size() && shared[same] == bytes[same]) ++same;
+        shared.resize(same);
+    }
+    if (read < 2) shared.clear();
+    return shared;
+}
+
 }  // namespace
 
-ReferenceLayout::ReferenceLayout(const CMoov* movie) {
+ReferenceLayout::ReferenceLayout(const CMoov* movie, const std::string& referencePath) {
     if (!movie) return;
     std::vector<const CStbl*> tables;
     bool videoSeen = false, audioSeen = false;
@@ -75,7 +96,14 @@ ReferenceLayout::ReferenceLayout(const CMoov* movie) {
         tracks_.push_back(std::move(layout));
     }
     std::vector<std::vector<uint64_t>> lengths = ChunkLengths(tables);
-    for (size_t t = 0; t < tracks_.size(); ++t) tracks_[t].chunkLengths = std::move(lengths[t]);
+    File file;
+    const bool readable = file.open(referencePath, FileAccess::Read, FileCreation::OpenExisting);
+    for (size_t t = 0; t < tracks_.size(); ++t) {
+        tracks_[t].chunkLengths = std::move(lengths[t]);
+        tracks_[t].chunkCount = tables[t]->stco->offsets.size();
+        if (readable && tracks_[t].role == TrackLayout::Role::Other)
+            tracks_[t].leadingBytes = SharedLeadingBytes(file, tables[t]->stco->offsets);
+    }
 }
 
 uint64_t ReferenceLayout::LongestChunk() const {

@@ -20,13 +20,18 @@ struct TrackLayout {
     // The lengths of the chunks that have a chunk of the reference behind
     // them, each length once, the most frequent first.
     std::vector<uint64_t> chunkLengths;
+    // The bytes every chunk of the track starts with (telemetry and
+    // metadata samples begin with a tag); empty when they differ.
+    std::vector<uint8_t> leadingBytes;
+    size_t chunkCount = 0;
 };
 
 class ReferenceLayout {
 public:
     // The first video and the first audio track play those roles; every
     // other track with chunks is kept as another track.
-    explicit ReferenceLayout(const CMoov* movie);
+    // The chunks' first bytes are read from the file at referencePath.
+    ReferenceLayout(const CMoov* movie, const std::string& referencePath);
 
     // Video chunks of one or two samples: the file is interleaved frame by
     // frame, and one picture at a time is what the walk looks for.

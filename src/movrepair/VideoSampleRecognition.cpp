@@ -67,7 +67,8 @@ bool IsSlice(const CNALU& unit, bool h265) {
 
 // The chain that starts at position, or with onePicture only its first
 // picture: the units in front of a slice and the slices that join it. A
-// picture counts only when it lies wholly inside the file.
+// picture counts only when it lies wholly inside the file and each of its
+// units holds more than a header.
 uint32_t FollowChain(uint64_t position, SampleRun& run, DamagedFile& file, uint8_t lengthSize, uint32_t& frameCount,
                      const ReferenceParameterSets& sets, bool onePicture) {
     const bool h265 = sets.vps != nullptr;
@@ -88,7 +89,7 @@ uint32_t FollowChain(uint64_t position, SampleRun& run, DamagedFile& file, uint8
         const uint32_t size = unit->totalSize;
         const CNALU* current = unit.get();
         const bool joins = h265 ? JoinsH265(*current, previous, pictureOpen) : JoinsH264(*current, previous);
-        if (onePicture && ((sliceSeen && !joins) || position + size > file.size())) break;
+        if (onePicture && ((sliceSeen && !joins) || position + size > file.size() || size < lengthSize + 2u)) break;
         ++count;
         sliceSeen = sliceSeen || IsSlice(*current, h265);
         if (joins) {
