@@ -196,4 +196,12 @@ std::vector<std::unique_ptr<CSample>> CollectAacRun(DamagedFile& file, uint64_t 
     return AacStretchSearch(file, offset, decoderSpecificInfo, search).Finish(length);
 }
 
+std::vector<std::unique_ptr<CSample>> CollectAacFramesInStep(DamagedFile& file, uint64_t offset, uint64_t length,
+                                                             std::span<const uint8_t> decoderSpecificInfo) {
+    AacStretchSearch search(file, offset, decoderSpecificInfo, AacSearch::Fast);
+    while (search.TakeFrameAtCursor(length)) {
+    }
+    return search.TakeFound();
+}
+
 }  // namespace tolmi

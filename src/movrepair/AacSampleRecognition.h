@@ -94,4 +94,10 @@ std::vector<std::unique_ptr<CSample>> CollectAacRun(DamagedFile& file, uint64_t 
                                                     std::span<const uint8_t> decoderSpecificInfo,
                                                     AacSearch search);
 
+// The AAC frames that follow each other from offset, each consumed whole by
+// the decoder, up to the first position that starts none or the end of the
+// stretch of length bytes.
+std::vector<std::unique_ptr<CSample>> CollectAacFramesInStep(DamagedFile& file, uint64_t offset, uint64_t length,
+                                                             std::span<const uint8_t> decoderSpecificInfo);
+
 }  // namespace tolmi

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <functional>
 #include <optional>
 #include <span>
 #include <vector>
@@ -105,6 +104,7 @@ private:
     int ProgressPercent(uint64_t position, uint64_t fileSize);
     void ShowWalkTo(uint64_t position);
     bool RunInStep();
+    void TakeOuterAac();
     uint64_t WalkInStep(InStepWalk& walk, Picture picture, int& lastShown);
     void AddPicture(Picture picture);
     void FlushVideo();
@@ -119,7 +119,8 @@ private:
     void FinishDeferredRuns(uint64_t walkShown, uint64_t fileSize, int& lastShown);
     void RecordVideoRun(SampleRun run, uint32_t frameCount);
     void TakeGap(uint64_t runOffset);
-    void TakeAacFrames(SampleRun found, const std::function<SampleRun()>& searchFront);
+    void TakeAacFrames(SampleRun found);
+    SampleRun SearchFrontStretch();
     static SampleRun PcmRun(uint64_t offset, uint64_t size);
     void AppendAudioRun(SampleRun run, bool inFront);
     std::span<const uint8_t> AacConfig();
@@ -130,6 +131,8 @@ private:
     ReferenceParameterSets sets_;
     NalStartFilter filter_;
     ReferenceLayout layout_;
+    // Where the media data of the damaged file begins (0 when unknown).
+    uint64_t mediaStart_ = 0;
     ChunkEntryList video_, audio_;
     // The pictures found in step since the last audio or other sample: one chunk.
     SampleRun pendingVideo_;
@@ -162,7 +165,7 @@ private:
 void MediaDataScan::StartAacWorker() {
     if (state_.straightforwardReading || !Is(Session().audioCoderFormat, "MP4A_AUDIO_CODER_FORMAT")) return;
     aacWorker_ = std::make_unique<AacSearchWorker>(Session().corruptedPath, AacConfig());
-    if (aacWorker_->ready()) openSearch_ = aacWorker_->Open(0);
+    if (aacWorker_->ready()) openSearch_ = aacWorker_->Open(mediaStart_);
     else aacWorker_.reset();
 }
 
@@ -216,6 +219,7 @@ int MediaDataScan::ProgressPercent(uint64_t position, uint64_t fileSize) {
 }
 
 bool MediaDataScan::Run() {
+    mediaStart_ = MediaDataStart(state_.damagedFile);
     if (layout_.InterleavesFrameByFrame()) return RunInStep();
     DamagedFile& file = state_.damagedFile;
     const uint64_t fileSize = file.size();
@@ -224,8 +228,8 @@ bool MediaDataScan::Run() {
     int lastShown = kNothingShown;
     // Where the walk last showed its progress: its percentage is the job's
     // figure in the end.
-    uint64_t walkShown = 0;
-    uint64_t position = 0;
+    uint64_t walkShown = mediaStart_;
+    uint64_t position = mediaStart_;
     while (position < fileSize) {
         if (WaitWhilePaused()) return false;
         walkShown = position;
@@ -248,14 +252,28 @@ bool MediaDataScan::Run() {
         if (!AcceptVideoRun(std::move(run), frameCount)) return false;
     }
     if (aacWorker_) {
-        // No run ends the stretch behind the last one: it is not audio.
+        // No run ends the stretch behind the last one: it is not searched.
         aacWorker_->Abandon(openSearch_);
         FinishDeferredRuns(walkShown, fileSize, lastShown);
     }
+    TakeOuterAac();
     headSettled_ = true;
     if (!WriteSettledRuns()) return false;
     CloseOutput();
     return !WaitWhilePaused();
+}
+
+// A file of a single run has no gap at which the stretch in front is
+// searched; it is searched now. Behind the last run no further run ends a
+// stretch to search; AAC frames that follow each other from its end are
+// audio all the same.
+void MediaDataScan::TakeOuterAac() {
+    if (state_.videoSamples.empty() || ReferenceAudioKind() != AudioKind::Aac || Session().stopRequested) return;
+    TakeAacFrames({});
+    const CSample& last = *state_.videoSamples.back();
+    const uint64_t end = last.offset + last.size;
+    const uint64_t size = state_.damagedFile.size();
+    if (end < size) RecordAudio(CollectAacFramesInStep(state_.damagedFile, end, size - end, AacConfig()));
 }
 
 // False when the job was stopped while the samples were written.
@@ -307,7 +325,7 @@ bool MediaDataScan::RecordSearchedRuns() {
     while (!deferredRuns_.empty() && Searched(deferredRuns_.front())) {
         DeferredRun& deferred = deferredRuns_.front();
         if (deferred.gapSearch != kNoSearch) {
-            TakeAacFrames(aacWorker_->Take(deferred.gapSearch), [&] { return aacWorker_->Take(frontSearch_); });
+            TakeAacFrames(aacWorker_->Take(deferred.gapSearch));
             headSettled_ = true;
         }
         RecordVideoRun(std::move(deferred.run), deferred.frameCount);
@@ -338,11 +356,8 @@ void MediaDataScan::TakeGap(uint64_t runOffset) {
     const uint64_t gap = runOffset - lastEnd;
     const std::string& format = Session().audioCoderFormat;
     if (Is(format, "MP4A_AUDIO_CODER_FORMAT")) {
-        DamagedFile& file = state_.damagedFile;
         const AacSearch search = state_.straightforwardReading ? AacSearch::Plain : AacSearch::Fast;
-        const uint64_t frontLength = state_.videoSamples.front()->offset;
-        TakeAacFrames(CollectAacRun(file, lastEnd, gap, AacConfig(), search),
-                      [&] { return CollectAacRun(file, 0, frontLength, AacConfig(), search); });
+        TakeAacFrames(CollectAacRun(state_.damagedFile, lastEnd, gap, AacConfig(), search));
     } else {
         RecordPcm(lastEnd, gap, false);
     }
@@ -370,12 +385,20 @@ SampleRun MediaDataScan::PcmRun(uint64_t offset, uint64_t size) {
     return run;
 }
 
-// found: the AAC frames of the stretch between the last two runs.
-// searchFront: the search of the stretch in front of the first run, which is
-// tried until some audio is found.
-void MediaDataScan::TakeAacFrames(SampleRun found, const std::function<SampleRun()>& searchFront) {
+// The AAC frames of the stretch in front of the first run, from where the
+// media data starts.
+SampleRun MediaDataScan::SearchFrontStretch() {
+    if (aacWorker_) return aacWorker_->Take(frontSearch_);
+    const AacSearch search = state_.straightforwardReading ? AacSearch::Plain : AacSearch::Fast;
+    const uint64_t length = state_.videoSamples.front()->offset - mediaStart_;
+    return CollectAacRun(state_.damagedFile, mediaStart_, length, AacConfig(), search);
+}
+
+// found: the AAC frames of the stretch between the last two runs. The
+// stretch in front of the first run is searched until some audio is found.
+void MediaDataScan::TakeAacFrames(SampleRun found) {
     if (state_.audioSamples.empty() && !frontStretchEmpty_) {
-        SampleRun front = searchFront();
+        SampleRun front = SearchFrontStretch();
         frontStretchEmpty_ = front.empty() && !state_.straightforwardReading && !Session().stopRequested;
         if (!front.empty()) {
             audio_.AddChunk(uint32_t(front.size()));
@@ -412,7 +435,7 @@ bool MediaDataScan::RunInStep() {
     OpenOutput();
     InStepWalk walk(file, lengthSize_, sets_, ReferenceAudioKind(), AacConfig(), layout_);
     int lastShown = kNothingShown;
-    uint64_t position = walk.MediaDataStart();
+    uint64_t position = mediaStart_;
     // Where the stretch that no step explains began.
     uint64_t stretchStart = position;
     while (position < fileSize) {

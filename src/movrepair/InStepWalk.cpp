@@ -17,6 +17,9 @@ constexpr int kAacFramesInStep = 64;
 constexpr uint32_t kPicturesPerStep = 4096;
 // The top-level atoms looked at for the media data, at most.
 constexpr int kAtomsBeforeMediaData = 64;
+// Behind an atom that cannot be read (a movie filled with zeros), how far
+// the type of the media data atom is looked for.
+constexpr uint64_t kMediaDataSearch = 64ull << 20;
 
 bool IsPrintable(const uint8_t* type) {
     return std::all_of(type, type + 4, [](uint8_t c) { return c >= 0x20 && c < 0x7F; });
@@ -153,12 +156,7 @@ std::optional<Picture> InStepWalk::FindConfirmedPicture(uint64_t position, uint6
 
 SampleRun InStepWalk::AudioInStep(uint64_t position, uint64_t end) {
     if (position >= end) return {};
-    if (audio_ == AudioKind::Aac) {
-        AacStretchSearch search(file_, position, aacConfig_, AacSearch::Fast);
-        while (search.TakeFrameAtCursor(end - position)) {
-        }
-        return search.TakeFound();
-    }
+    if (audio_ == AudioKind::Aac) return CollectAacFramesInStep(file_, position, end - position, aacConfig_);
     const std::vector<uint64_t>& lengths = layout_.AudioChunkLengths();
     if (audio_ != AudioKind::Pcm || lengths.empty()) return {};
     const uint64_t stretch = end - position;
@@ -175,11 +173,33 @@ SampleRun InStepWalk::AudioInStep(uint64_t position, uint64_t end) {
     return run;
 }
 
-uint64_t InStepWalk::MediaDataStart() {
+// Where an atom's type is "mdat" in [from, from + kMediaDataSearch): the
+// start of its content, or 0. The size field in front of it is not trusted.
+uint64_t FindMediaDataType(DamagedFile& file, uint64_t from) {
+    static constexpr uint8_t kType[] = {'m', 'd', 'a', 't'};
+    const uint64_t end = std::min(file.size(), from + kMediaDataSearch);
+    for (uint64_t position = from; position < end;) {
+        const size_t count = size_t(std::min<uint64_t>(DamagedFile::largestView() / 2, end - position));
+        std::span<const uint8_t> bytes = file.view(position, count + 3);
+        if (bytes.size() < 4) return 0;
+        auto found = std::search(bytes.begin(), bytes.end(), std::begin(kType), std::end(kType));
+        if (found != bytes.end()) {
+            const uint64_t type = position + uint64_t(found - bytes.begin());
+            uint8_t size[4] = {};
+            const bool wide = type >= 4 && file.read(type - 4, size, 4) == 4 && BigEndian(size, 4) == 1;
+            return type + 4 + (wide ? 8 : 0);
+        }
+        position += count;
+    }
+    return 0;
+}
+
+uint64_t MediaDataStart(DamagedFile& file) {
     uint64_t position = 0;
-    for (int i = 0; i < kAtomsBeforeMediaData && position + 16 <= file_.size(); ++i) {
+    for (int i = 0; i < kAtomsBeforeMediaData && position + 16 <= file.size(); ++i) {
         uint8_t header[16] = {};
-        if (file_.read(position, header, sizeof header) != sizeof header || !IsPrintable(header + 4)) return 0;
+        if (file.read(position, header, sizeof header) != sizeof header) return 0;
+        if (!IsPrintable(header + 4)) return FindMediaDataType(file, position);
         uint64_t size = BigEndian(header, 4);
         size_t headerSize = 8;
         if (size == 1) {
@@ -187,7 +207,7 @@ uint64_t InStepWalk::MediaDataStart() {
             headerSize = 16;
         }
         if (std::equal(header + 4, header + 8, "mdat")) return position + headerSize;
-        if (size < headerSize || size > file_.size() - position) return 0;
+        if (size < headerSize || size > file.size() - position) return 0;
         position += size;
     }
     return 0;

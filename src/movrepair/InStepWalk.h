@@ -55,10 +55,6 @@ public:
     // writes.
     SampleRun AudioInStep(uint64_t position, uint64_t end);
 
-    // Where the media data of the damaged file begins, when its top-level
-    // atoms lead to an mdat; else 0.
-    uint64_t MediaDataStart();
-
 private:
     bool StepInto(uint64_t position, int depth, bool audioAllowed, Step& step);
     bool StepOverAac(uint64_t position, int depth, Step& step);
@@ -80,6 +76,10 @@ private:
     // The pictures a step may still try; a step in garbage ends when it runs out.
     uint32_t budget_ = 0;
 };
+
+// Where the media data of the damaged file begins, when its top-level atoms
+// lead to an mdat; else 0.
+uint64_t MediaDataStart(DamagedFile& file);
 
 // The first position in [position, limit) that passes the filter, or limit.
 uint64_t NextCandidate(DamagedFile& file, const NalStartFilter& filter, uint64_t position, uint64_t limit);

@@ -185,13 +185,13 @@ TEST_F(ScanAndWrite, PcmGapsAreOneSampleEachAndOnlySowtCountsTheirFrames) {
     }
 }
 
-TEST_F(ScanAndWrite, AFileOfOnlyOneRunHasNoAudio) {
+TEST_F(ScanAndWrite, AFileOfOnlyOneRunKeepsTheAudioOnBothSides) {
     Bytes content = Audio(6, 5);
     Append(content, Pictures(5, 4));
     Append(content, Audio(6, 12));
     ASSERT_TRUE(Scan(content));
-    EXPECT_EQ(MovState().sampleRuns.size(), 1u);
-    EXPECT_TRUE(MovState().audioSamples.empty());
+    EXPECT_EQ(MovState().sampleRuns.size(), 3u);
+    EXPECT_EQ(MovState().audioSamples.size(), 12u);
 }
 
 TEST_F(ScanAndWrite, TheWriterLaysOutRunsFoldsUnitsAndCarriesAcrossAudio) {
