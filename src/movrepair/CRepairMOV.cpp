@@ -461,24 +461,27 @@ bool MediaDataScan::RunInStep() {
     return !WaitWhilePaused();
 }
 
-// Records picture and everything that follows it in step; where the
-// stretch that no step explains begins. A picture that no step leads on
-// from is kept only where the end of the file explains it: damage that
-// cut into it would make its end fall where nothing the reference writes
-// begins.
+// Records picture, which the search confirmed, and everything that follows
+// it in step; where the last picture ends. A step to a picture from which
+// no further step leads on is taken only where the end of the media data
+// explains that: damage that cut into the picture explains nothing.
 uint64_t MediaDataScan::WalkInStep(InStepWalk& walk, Picture picture, int& lastShown) {
     const uint64_t fileSize = state_.damagedFile.size();
-    for (;;) {
-        const uint64_t end = picture.end();
-        ShowPercent(int(end * 100 / fileSize), lastShown);
-        std::optional<Step> step = walk.StepFrom(end);
-        if (!step && fileSize - end > 2 * layout_.LongestChunk()) return picture.samples.front()->offset;
-        AddPicture(std::move(picture));
-        if (!step || WaitWhilePaused()) return end;
+    uint64_t end = picture.end();
+    AddPicture(std::move(picture));
+    std::optional<Step> step = walk.StepFrom(end);
+    while (step && !WaitWhilePaused()) {
+        const uint64_t next = step->picture.end();
         walk.Accept(*step);
+        std::optional<Step> following = walk.StepFrom(next);
+        if (!following && !walk.EndExplained(next)) break;
         for (StepPiece& piece : step->pieces) RecordPiece(std::move(piece));
-        picture = std::move(step->picture);
+        AddPicture(std::move(step->picture));
+        end = next;
+        step = std::move(following);
+        ShowPercent(int(end * 100 / fileSize), lastShown);
     }
+    return end;
 }
 
 void MediaDataScan::AddPicture(Picture picture) {

@@ -15,6 +15,9 @@ constexpr int kStepDepth = 8;
 constexpr int kAacFramesInStep = 64;
 // The pictures one step may try; a step through garbage ends when they run out.
 constexpr uint32_t kPicturesPerStep = 4096;
+// Zero bytes that end the media data (a movie filled with zeros, padding),
+// or the end of the file.
+constexpr size_t kZerosThatEnd = 16;
 // The top-level atoms looked at for the media data, at most.
 constexpr int kAtomsBeforeMediaData = 64;
 // Behind an atom that cannot be read (a movie filled with zeros), how far
@@ -160,16 +163,18 @@ SampleRun InStepWalk::AudioInStep(uint64_t position, uint64_t end) {
     const std::vector<uint64_t>& lengths = layout_.AudioChunkLengths();
     if (audio_ != AudioKind::Pcm || lengths.empty()) return {};
     const uint64_t stretch = end - position;
-    // PCM cannot tell where it ends: a chunk ends where a unit of a picture
-    // begins, or it fills a stretch no longer than the reference's chunks.
-    auto unitBehind = [&](uint64_t length) {
-        return length <= stretch && ReadNalAt(position + length, file_, lengthSize_, sets_) != nullptr;
-    };
-    auto found = std::find_if(lengths.begin(), lengths.end(), unitBehind);
-    uint64_t length = found != lengths.end() ? *found : stretch;
+    // PCM cannot tell where it ends: a chunk has a length the reference's
+    // chunks have, best one where something ends it, else, at the end of
+    // the file, the longest that the stretch holds (the cut took the rest).
+    auto ended = [&](uint64_t length) { return length <= stretch && BoundaryAt(position + length); };
+    auto found = std::find_if(lengths.begin(), lengths.end(), ended);
+    uint64_t length = 0;
+    if (found != lengths.end()) length = *found;
+    else if (end == file_.size())
+        for (uint64_t candidate : lengths)
+            if (candidate <= stretch) length = std::max(length, candidate);
     SampleRun run;
-    if (length <= *std::max_element(lengths.begin(), lengths.end()))
-        run.push_back(std::make_unique<CSample>(position, length, "SOWT"));
+    if (length > 0) run.push_back(std::make_unique<CSample>(position, length, "SOWT"));
     return run;
 }
 
@@ -192,6 +197,28 @@ uint64_t FindMediaDataType(DamagedFile& file, uint64_t from) {
         position += count;
     }
     return 0;
+}
+
+bool InStepWalk::ZerosAt(uint64_t position) {
+    std::span<const uint8_t> bytes = file_.view(position, kZerosThatEnd);
+    return std::all_of(bytes.begin(), bytes.end(), [](uint8_t b) { return b == 0; });
+}
+
+bool InStepWalk::BoundaryAt(uint64_t position) {
+    return ZerosAt(position) || ReadNalAt(position, file_, lengthSize_, sets_) != nullptr;
+}
+
+bool InStepWalk::EndExplained(uint64_t end) {
+    const uint64_t size = file_.size();
+    if (size - end <= 2 * layout_.LongestChunk() || ZerosAt(end)) return true;
+    if (audio_ == AudioKind::Aac) {
+        SampleRun frames = CollectAacFramesInStep(file_, end, size - end, aacConfig_);
+        return !frames.empty() && ZerosAt(frames.back()->offset + frames.back()->size);
+    }
+    const std::vector<uint64_t>& lengths = layout_.AudioChunkLengths();
+    return audio_ == AudioKind::Pcm && std::any_of(lengths.begin(), lengths.end(), [&](uint64_t length) {
+               return length <= size - end && ZerosAt(end + length);
+           });
 }
 
 uint64_t MediaDataStart(DamagedFile& file) {

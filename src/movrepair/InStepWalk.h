@@ -52,8 +52,14 @@ public:
 
     // Audio in step from position, not past end: AAC frames consumed whole
     // one after the other, or for PCM one chunk of a length the reference
-    // writes.
+    // writes, ended by a picture or zeros (or, at the end of the file, by
+    // the cut).
     SampleRun AudioInStep(uint64_t position, uint64_t end);
+
+    // Whether what follows a picture from which no step leads on explains
+    // that: the end of the file is near, or zeros follow it or the audio
+    // behind it. Damage that cut into the picture explains nothing.
+    bool EndExplained(uint64_t end);
 
 private:
     bool StepInto(uint64_t position, int depth, bool audioAllowed, Step& step);
@@ -62,6 +68,9 @@ private:
     // Whether the bytes at position begin as the track's chunks do.
     bool StartsLike(uint64_t position, size_t track);
     bool LeadsOnTwice(const Picture& picture);
+    bool ZerosAt(uint64_t position);
+    // Zeros, or a unit of a picture, begin at position.
+    bool BoundaryAt(uint64_t position);
 
     DamagedFile& file_;
     uint8_t lengthSize_;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <numeric>
 
 #include "container/AtomSupport.h"
 #include "container/CMdia.h"
@@ -22,6 +23,9 @@ constexpr size_t kLengthsKept = 16;
 // The chunks whose first bytes are compared, and how many bytes at most.
 constexpr size_t kChunksCompared = 32;
 constexpr size_t kLeadingBytes = 4;
+constexpr uint64_t kSmallestPacket = 256;
+constexpr uint64_t kPacketMultiples = 4;
+constexpr size_t kLengthsWithMultiples = 64;
 
 const CStbl* SampleTable(const CTrak* track) {
     if (!track || !track->mdia || !track->mdia->minf) return nullptr;
@@ -51,6 +55,21 @@ std::vector<std::vector<uint64_t>> ChunkLengths(const std::vector<const CStbl*>&
         for (size_t i = 0; i < byCount.size() && i < kLengthsKept; ++i) lengths[t].push_back(byCount[i].second);
     }
     return lengths;
+}
+
+// PCM chunks hold whole packets of the encoder, and a recording's last chunk
+// may hold more of them than any chunk of the reference: behind the lengths
+// seen come the multiples of their common divisor, up to a few times the
+// longest, when that divisor is a packet rather than a frame.
+void AddPacketMultiples(std::vector<uint64_t>& lengths) {
+    if (lengths.empty()) return;
+    uint64_t packet = 0;
+    for (uint64_t length : lengths) packet = std::gcd(packet, length);
+    const uint64_t longest = *std::max_element(lengths.begin(), lengths.end());
+    if (packet < kSmallestPacket) return;
+    for (uint64_t length = packet; length <= kPacketMultiples * longest && lengths.size() < kLengthsWithMultiples;
+         length += packet)
+        if (std::find(lengths.begin(), lengths.end(), length) == lengths.end()) lengths.push_back(length);
 }
 
 // The first bytes that the track's first chunks share; none when fewer than
@@ -101,6 +120,10 @@ ReferenceLayout::ReferenceLayout(const CMoov* movie, const std::string& referenc
     for (size_t t = 0; t < tracks_.size(); ++t) {
         tracks_[t].chunkLengths = std::move(lengths[t]);
         tracks_[t].chunkCount = tables[t]->stco->offsets.size();
+        if (tracks_[t].role == TrackLayout::Role::Audio) {
+            audioLengths_ = tracks_[t].chunkLengths;
+            AddPacketMultiples(audioLengths_);
+        }
         if (readable && tracks_[t].role == TrackLayout::Role::Other)
             tracks_[t].leadingBytes = SharedLeadingBytes(file, tables[t]->stco->offsets);
     }
@@ -113,11 +136,6 @@ uint64_t ReferenceLayout::LongestChunk() const {
     return longest;
 }
 
-const std::vector<uint64_t>& ReferenceLayout::AudioChunkLengths() const {
-    static const std::vector<uint64_t> none;
-    for (const TrackLayout& track : tracks_)
-        if (track.role == TrackLayout::Role::Audio) return track.chunkLengths;
-    return none;
-}
+
 
 }  // namespace tolmi

@@ -39,11 +39,14 @@ public:
     const std::vector<TrackLayout>& tracks() const { return tracks_; }
     // The longest chunk length kept of any track.
     uint64_t LongestChunk() const;
-    // The chunk lengths of the audio track; empty without one.
-    const std::vector<uint64_t>& AudioChunkLengths() const;
+    // The lengths that a chunk of the audio track may have where no picture
+    // follows it: those of its chunks, and for PCM, whose last chunk may be
+    // longer, the multiples of the encoder's packet. Empty without audio.
+    const std::vector<uint64_t>& AudioChunkLengths() const { return audioLengths_; }
 
 private:
     std::vector<TrackLayout> tracks_;
+    std::vector<uint64_t> audioLengths_;
     bool frameByFrame_ = false;
 };
 
