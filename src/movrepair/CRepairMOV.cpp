@@ -64,6 +64,17 @@ std::string SizeText(uint64_t bytes) {
     return text;
 }
 
+// The counts of what the writer copied: frames of video, AAC frames or
+// PCM frames (four bytes each, as the scan counts them) of audio.
+void SumUpFound(MovRepairState& state, size_t videoFrames, uint64_t sampleBytes, double videoRate) {
+    FoundSummary& found = state.found;
+    found.videoFrames = videoFrames;
+    found.sampleBytes = sampleBytes;
+    found.seconds = videoRate > 0 ? double(videoFrames) / videoRate : 0.0;
+    found.audioFrames = 0;
+    for (const CSample* sample : state.audioSamples) found.audioFrames += Is(sample->type, "AAC") ? 1 : sample->size / 4;
+}
+
 // The first position above position at which position * 100 / fileSize
 // changes.
 uint64_t NextPercentStep(uint64_t position, uint64_t fileSize) {
@@ -81,11 +92,12 @@ public:
           lengthSize_(lengthSize),
           sets_(sets),
           filter_(lengthSize, sets),
-          layout_(reference.movie, Session().scanPath) {}
+          layout_(reference.movie, Session().scanPath, lengthSize) {}
 
     // False when the job was stopped.
     bool Run();
     void MakeRequests();
+    uint64_t mediaStart() const { return mediaStart_; }
 
 private:
     // A video run found while the AAC searches are made by the search threads:
@@ -563,7 +575,11 @@ void CRepairMOV::ScanMediaData() {
     s.percent = 0;
 
     MediaDataScan scan(state, reference, lengthSize, sets);
-    if (scan.Run()) scan.MakeRequests();
+    if (scan.Run()) {
+        scan.MakeRequests();
+        state.found.scanned = true;
+        state.found.mediaBytes = state.damagedFile.size() - scan.mediaStart();
+    }
     state.damagedFile.close();
 }
 
@@ -589,9 +605,11 @@ void CRepairMOV::WriteSampleData(File& out, DamagedFile& in) {
     RepairSession& s = Session();
     MovRepairState& state = MovState();
     if (WaitWhilePaused()) return out.close();
+    // A scan that ran and found no video frame says so; the reference is not to blame.
+    if (state.found.scanned && state.videoSamples.empty()) return GiveUp(out, "IDS_MOVERROR3");
     // No run found, whatever the reason (a scan that did not run leaves no requests).
     if (state.sampleRuns.empty() || !state.videoRequest || !state.audioRequest || !s.referenceFile)
-        return GiveUp(out);
+        return GiveUp(out, "IDS_UNHEALTHY_1");
 
     // Room for the header of the media data atom, written when its size is known.
     state.mediaHeaderPos = 0;
@@ -628,6 +646,7 @@ void CRepairMOV::WriteSampleData(File& out, DamagedFile& in) {
     if (WaitWhilePaused()) return out.close();
 
     GFile& reference = *s.referenceFile;
+    SumUpFound(state, videoSizes.size(), s.movOutputSize - sizeof room, reference.GetVideoRate());
     CAtomCreationRequest& audio = *state.audioRequest;
     audio.chunkOffsets = std::move(audioOffsets);
     audio.sampleSizes = std::move(audioSizes);
@@ -656,15 +675,15 @@ void CRepairMOV::FinishMovie(File& out) {
     out.writeAt(state.mediaHeaderPos, header.data(), header.size());
 
     if (state.repairedFile->movie) state.repairedFile->movie->WriteMovie(out);
-    else GiveUp(out);  // a reference movie without a header gives no movie to write
+    else GiveUp(out, "IDS_UNHEALTHY_1");  // a reference movie without a header gives no movie to write
     out.close();
     state.sampleRuns.clear();
     state.videoSamples.clear();
     state.audioSamples.clear();
 }
 
-void CRepairMOV::GiveUp(File& out) {
-    Session().Ui().showMessage(kInformation, "IDS_UNHEALTHY_1", "IDS_INFORMATION", DialogButtons::Ok);
+void CRepairMOV::GiveUp(File& out, const char* textKey) {
+    Session().Ui().showMessage(kInformation, textKey, "IDS_INFORMATION", DialogButtons::Ok);
     Session().jobFailed = 1;
     out.close();
 }

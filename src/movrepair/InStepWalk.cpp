@@ -79,7 +79,7 @@ std::optional<Step> InStepWalk::StepFrom(uint64_t position) {
 bool InStepWalk::StepInto(uint64_t position, int depth, bool audioAllowed, Step& step) {
     if (position >= file_.size() || budget_ == 0) return false;
     --budget_;
-    if (std::optional<Picture> picture = CollectPicture(position, file_, lengthSize_, sets_)) {
+    if (std::optional<Picture> picture = PictureAt(position)) {
         step.picture = std::move(*picture);
         return true;
     }
@@ -138,6 +138,16 @@ bool InStepWalk::StartsLike(uint64_t position, size_t trackIndex) {
     return std::equal(bytes.begin(), bytes.end(), track.leadingBytes.begin(), track.leadingBytes.end());
 }
 
+// A picture starts with the unit that every picture of the reference starts
+// with, where they all agree.
+std::optional<Picture> InStepWalk::PictureAt(uint64_t position) {
+    if (const std::optional<uint8_t> header = layout_.FirstVideoUnitHeader()) {
+        std::span<const uint8_t> byte = file_.view(position + lengthSize_, 1);
+        if (byte.empty() || byte[0] != *header) return std::nullopt;
+    }
+    return CollectPicture(position, file_, lengthSize_, sets_);
+}
+
 // Two steps, to a second picture and from there to a third: as the chain of
 // three units of a long chunk, it is what garbage does not give.
 bool InStepWalk::LeadsOnTwice(const Picture& picture) {
@@ -150,7 +160,7 @@ std::optional<Picture> InStepWalk::FindConfirmedPicture(uint64_t position, uint6
         if (WaitWhilePaused()) return std::nullopt;
         position = NextCandidate(file_, filter_, position, limit);
         if (position == limit) break;
-        std::optional<Picture> picture = CollectPicture(position, file_, lengthSize_, sets_);
+        std::optional<Picture> picture = PictureAt(position);
         if (picture && LeadsOnTwice(*picture)) return picture;
         ++position;
     }

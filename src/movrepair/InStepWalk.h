@@ -67,6 +67,7 @@ private:
     bool StepOverChunk(uint64_t position, int depth, size_t track, Step& step);
     // Whether the bytes at position begin as the track's chunks do.
     bool StartsLike(uint64_t position, size_t track);
+    std::optional<Picture> PictureAt(uint64_t position);
     bool LeadsOnTwice(const Picture& picture);
     bool ZerosAt(uint64_t position);
     // Zeros, or a unit of a picture, begin at position.

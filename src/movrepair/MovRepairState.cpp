@@ -14,6 +14,7 @@ void MovRepairState::Clear() {
     audioSamples.clear();
     sampleRuns.clear();
     otherTrackSamples.clear();
+    found = {};
     audioRequest.reset();
     videoRequest.reset();
     chunkEntryRows.clear();

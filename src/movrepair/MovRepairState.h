@@ -27,6 +27,17 @@ struct OtherTrackSample {
     uint64_t size = 0;
 };
 
+// What the repair gave back, for the user: kept after the writer has
+// emptied the record.
+struct FoundSummary {
+    bool scanned = false;      // the scan ran to its end
+    uint64_t videoFrames = 0;
+    uint64_t audioFrames = 0;  // AAC frames, or PCM frames of four bytes
+    double seconds = 0.0;      // of the video frames, at the reference's rate
+    uint64_t sampleBytes = 0;  // of the damaged file that became samples
+    uint64_t mediaBytes = 0;   // of the damaged file from where its media data starts
+};
+
 struct MovRepairState {
     MovRepairState();
     ~MovRepairState();
@@ -42,6 +53,7 @@ struct MovRepairState {
     std::deque<SampleRun> sampleRuns;     // every accepted run in file order; owns the samples
     // In file order; not a part of the runs written.
     std::vector<OtherTrackSample> otherTrackSamples;
+    FoundSummary found;
     std::unique_ptr<CAtomCreationRequest> audioRequest;
     std::unique_ptr<CAtomCreationRequest> videoRequest;
     // The sample-to-chunk rows that the requests point at.

@@ -72,14 +72,14 @@ void AddPacketMultiples(std::vector<uint64_t>& lengths) {
         if (std::find(lengths.begin(), lengths.end(), length) == lengths.end()) lengths.push_back(length);
 }
 
-// The first bytes that the track's first chunks share; none when fewer than
-// two chunks can be read.
-std::vector<uint8_t> SharedLeadingBytes(const File& file, const std::vector<uint64_t>& offsets) {
+// The first bytes, from skip on, that the track's first chunks share; none
+// when fewer than two chunks can be read.
+std::vector<uint8_t> SharedLeadingBytes(const File& file, const std::vector<uint64_t>& offsets, uint64_t skip) {
     std::vector<uint8_t> shared;
     size_t read = 0;
     for (size_t i = 0; i < offsets.size() && i < kChunksCompared; ++i) {
         uint8_t bytes[kLeadingBytes] = {};
-        if (file.readAt(offsets[i], bytes, kLeadingBytes).value_or(0) != kLeadingBytes) continue;
+        if (file.readAt(offsets[i] + skip, bytes, kLeadingBytes).value_or(0) != kLeadingBytes) continue;
         if (read++ == 0) shared.assign(bytes, bytes + kLeadingBytes);
         size_t same = 0;
         while (same < shared.size() && shared[same] == bytes[same]) ++same;
@@ -91,7 +91,7 @@ std::vector<uint8_t> SharedLeadingBytes(const File& file, const std::vector<uint
 
 }  // namespace
 
-ReferenceLayout::ReferenceLayout(const CMoov* movie, const std::string& referencePath) {
+ReferenceLayout::ReferenceLayout(const CMoov* movie, const std::string& referencePath, uint8_t lengthSize) {
     if (!movie) return;
     std::vector<const CStbl*> tables;
     bool videoSeen = false, audioSeen = false;
@@ -125,7 +125,11 @@ ReferenceLayout::ReferenceLayout(const CMoov* movie, const std::string& referenc
             AddPacketMultiples(audioLengths_);
         }
         if (readable && tracks_[t].role == TrackLayout::Role::Other)
-            tracks_[t].leadingBytes = SharedLeadingBytes(file, tables[t]->stco->offsets);
+            tracks_[t].leadingBytes = SharedLeadingBytes(file, tables[t]->stco->offsets, 0);
+        if (readable && tracks_[t].role == TrackLayout::Role::Video) {
+            const std::vector<uint8_t> header = SharedLeadingBytes(file, tables[t]->stco->offsets, lengthSize);
+            if (!header.empty()) firstVideoHeader_ = header.front();
+        }
     }
 }
 

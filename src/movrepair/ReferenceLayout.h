@@ -5,6 +5,7 @@
 // as the distance to the next chunk of any track.
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -30,13 +31,17 @@ class ReferenceLayout {
 public:
     // The first video and the first audio track play those roles; every
     // other track with chunks is kept as another track.
-    // The chunks' first bytes are read from the file at referencePath.
-    ReferenceLayout(const CMoov* movie, const std::string& referencePath);
+    // The chunks' first bytes are read from the file at referencePath;
+    // lengthSize is that of the video's NAL units.
+    ReferenceLayout(const CMoov* movie, const std::string& referencePath, uint8_t lengthSize);
 
     // Video chunks of one or two samples: the file is interleaved frame by
     // frame, and one picture at a time is what the walk looks for.
     bool InterleavesFrameByFrame() const { return frameByFrame_; }
     const std::vector<TrackLayout>& tracks() const { return tracks_; }
+    // The header byte of the unit that every video chunk starts with (an
+    // access unit delimiter, as cameras write one), when they all agree.
+    std::optional<uint8_t> FirstVideoUnitHeader() const { return firstVideoHeader_; }
     // The longest chunk length kept of any track.
     uint64_t LongestChunk() const;
     // The lengths that a chunk of the audio track may have where no picture
@@ -47,6 +52,7 @@ public:
 private:
     std::vector<TrackLayout> tracks_;
     std::vector<uint64_t> audioLengths_;
+    std::optional<uint8_t> firstVideoHeader_;
     bool frameByFrame_ = false;
 };
 
