@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Times tolmi-repair as a whole process on four large damaged files and sets
+# Times tolmi-repair as a whole process on five large damaged files and sets
 # each time beside that of copying the same file with cp, the least a repair
 # can take: it must at least read and write the data.
 #
-#   bash bench/run.sh               # all four inputs, 5 runs each
+#   bash bench/run.sh               # all five inputs, 5 runs each
 #   RUNS=9 bash bench/run.sh 3      # input 3 only, 9 runs
 #
 # With inputs 1 and 2 both chosen, it also times the MOV engine inside one
@@ -23,7 +23,7 @@ runs=${RUNS:-5}
 inputs=$build/bench-inputs
 work=$inputs/work
 selected=("$@")
-((${#selected[@]})) || selected=(1 2 3 4)
+((${#selected[@]})) || selected=(1 2 3 4 5)
 
 bash "$root/scripts/install-deps.sh"
 if [ -z "${NO_BUILD:-}" ]; then
@@ -76,6 +76,8 @@ splice_garbage() {  # splice_garbage SOURCE OUTPUT: 16 MiB of random bytes in th
 h264=(-c:v libx264 -preset ultrafast -b:v 11M -maxrate 11M -bufsize 22M -pix_fmt yuv420p -c:a aac -b:a 128k -chunk_duration 500000)
 h265=(-c:v libx265 -preset ultrafast -b:v 11M -pix_fmt yuv420p -x265-params log-level=error -tag:v hvc1
   -c:a aac -b:a 128k -chunk_duration 500000)
+# ffmpeg-based recorders interleave frame by frame: the same, without chunks.
+h264_frames=("${h264[@]:0:${#h264[@]}-2}")
 avi=(-c:v mpeg4 -b:v 12M -maxrate 12M -bufsize 24M -g 30 -c:a pcm_s16le)
 
 make_inputs() {
@@ -86,6 +88,11 @@ make_inputs() {
     encode "$inputs/h264-reference.mp4" 5 "testsrc=size=1920x1080:rate=30" "${h264[@]}"
     cut_end "$inputs/h264-full.mp4" "$inputs/1-h264-cut.mp4" 96
     splice_garbage "$inputs/1-h264-cut.mp4" "$inputs/2-h264-cut-garbage.mp4"
+  fi
+  if [[ $want == *" 5 "* ]]; then
+    encode "$inputs/h264-frames-full.mp4" 60 "testsrc2=size=1920x1080:rate=30" "${h264_frames[@]}"
+    encode "$inputs/h264-frames-reference.mp4" 5 "testsrc=size=1920x1080:rate=30" "${h264_frames[@]}"
+    cut_end "$inputs/h264-frames-full.mp4" "$inputs/5-h264-frames-cut.mp4" 96
   fi
   if [[ $want == *" 3 "* ]]; then
     encode "$inputs/avi-full.avi" 60 "testsrc2=size=1280x720:rate=30" "${avi[@]}"
@@ -132,6 +139,7 @@ describe() {
     2) echo "the same + 16 MiB of garbage" ;;
     3) echo "AVI MPEG-4 + PCM, end cut off" ;;
     4) echo "720p H.265 + AAC, end cut off" ;;
+    5) echo "1080p H.264 + AAC frame by frame, cut" ;;
   esac
 }
 
@@ -141,6 +149,7 @@ input_of() {
     2) echo "$inputs/2-h264-cut-garbage.mp4" ;;
     3) echo "$inputs/3-mpeg4-pcm-cut.avi" ;;
     4) echo "$inputs/4-h265-cut.mp4" ;;
+    5) echo "$inputs/5-h264-frames-cut.mp4" ;;
   esac
 }
 
@@ -148,6 +157,7 @@ reference_of() {
   case $1 in
     1 | 2) echo "$inputs/h264-reference.mp4" ;;
     4) echo "$inputs/h265-reference.mp4" ;;
+    5) echo "$inputs/h264-frames-reference.mp4" ;;
   esac
 }
 

@@ -8,9 +8,11 @@
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
+#include <optional>
 #include <thread>
 
 #include "cli/ConsoleUi.h"
+#include "cli/FoundReport.h"
 #include "cli/JsonText.h"
 #include "cli/ResultCheck.h"
 #include "platform/Environment.h"
@@ -146,17 +148,25 @@ bool IsSameFile(const std::string& a, const std::string& b) {
     return fs::equivalent(a, b, error) && !error;
 }
 
+// found: what a MOV repair gave back; none for an AVI repair.
 void PrintProperties(ConsoleUi& ui, const Options& options, const std::string& target,
-                     const std::vector<PropertyRow>& rows) {
+                     const std::vector<PropertyRow>& rows, const std::optional<FoundReport>& found) {
     if (options.json) {
         JsonObject json;
         json.add("output", target);
         for (const PropertyRow& row : rows) json.add(row.field, row.value.substr(row.value.rfind(": ", 0) == 0 ? 2 : 0));
+        if (found) {
+            for (const auto& [key, value] : found->fields) json.add(key, value);
+            if (!found->warning.empty()) json.add("warning", found->warning);
+        }
         std::printf("%s\n", json.text().c_str());
         return;
     }
     ui.say(LoadText("IDS_REPAIRED_DETAILS") + ": " + target);
     for (const PropertyRow& row : rows) ui.say("  " + LoadText(row.labelKey) + row.value);
+    if (!found) return;
+    for (const std::string& line : found->lines) ui.say("  " + line);
+    if (!found->warning.empty()) ui.sayError("Warning: " + found->warning);
 }
 
 int ExitForOutcome(JobOutcome outcome) {
@@ -186,9 +196,11 @@ int SaveAndReport(ConsoleUi& ui, const Options& options, const std::string& targ
         return kExitCannotOpen;
     }
     const std::vector<PropertyRow> rows = fillProperties();
+    std::optional<FoundReport> found;
+    if (movJob && MovState().found.scanned) found = MakeFoundReport(MovState().found);
     const SaveOutcome saved = saveResult(target, options.force);
     if (saved == SaveOutcome::Saved) {
-        PrintProperties(ui, options, target, rows);
+        PrintProperties(ui, options, target, rows, found);
         return kExitRepaired;
     }
     // A result that was not saved leaves nothing in "$tmp" either.

@@ -104,11 +104,12 @@ CStbl* CStbl::BuildSampleTable(const CAtomCreationRequest& request, AtomArena& a
 }
 
 // stsc and stsz by the coder format: big-endian PCM keeps the reference's
-// chunk layout, PCM is counted one byte a sample, everything else takes
-// the engine's rows and sizes.
+// chunk layout unless the engine counted its chunks, PCM is counted one
+// byte a sample, everything else takes the engine's rows and sizes.
 bool CStbl::BuildChunkTables(const CAtomCreationRequest& request, CStbl& built) {
     const size_t chunkCount = request.chunkOffsets.size();
-    if (SameWord(stsd->coderFormat, kTwosFormat)) {
+    const bool twos = SameWord(stsd->coderFormat, kTwosFormat);
+    if (twos && request.chunkEntries.empty()) {
         if (!stsc) return false;
         built.stsc = stsc;
         built.stsc->Rewrite();
@@ -116,7 +117,7 @@ bool CStbl::BuildChunkTables(const CAtomCreationRequest& request, CStbl& built) 
         return true;
     }
     built.stsc->Build(request.chunkEntries);
-    if (!SameWord(stsd->coderFormat, kSowtFormat)) built.stsz->BuildByList(request.sampleSizes);
+    if (!twos && !SameWord(stsd->coderFormat, kSowtFormat)) built.stsz->BuildByList(request.sampleSizes);
     else if (!request.chunkEntries.empty()) built.stsz->BuildByConstant(PcmSampleCount(chunkCount, request.chunkEntries), 1);
     else built.stsz->BuildByList({});  // no PCM found: an empty, well-formed table
     return true;

@@ -3,6 +3,7 @@
 #include <neaacdec.h>
 
 #include <algorithm>
+#include <array>
 
 #include "platform/ZeroRun.h"
 #include "workflow/RepairSession.h"
@@ -25,8 +26,11 @@ constexpr uint32_t kAttemptsBetweenFlagChecks = 4096;
 constexpr size_t kZeroProbe = 64 * 1024;
 
 // The decoder refuses a frame whose channel layout differs from the layout
-// it decoded before. A decoder set up afresh from the same configuration
-// takes it; when that set-up fails, the old decoder goes on as it was.
+// it decoded before. A decoder set up afresh from the reference's
+// configuration takes it; when that set-up fails, the old decoder goes on as
+// it was. Only a single-channel stream is retried: there a stretch of
+// garbage decoded as a channel pair would otherwise lock out every real
+// frame behind it.
 //
 // spare, when given, is a decoder that was opened and never decoded with;
 // it serves as the fresh decoder and, when the set-up fails, is kept for
@@ -35,7 +39,7 @@ constexpr size_t kZeroProbe = 64 * 1024;
 // same every time, so a kept spare is as good as a newly opened decoder and
 // saves the opening and closing (most of an attempt's time in garbage,
 // where a third of all attempts end in this error).
-bool SwapInFreshDecoder(NeAACDecHandle& decoder, NeAACDecHandle* spare) {
+bool SwapInFreshDecoder(NeAACDecHandle& decoder, NeAACDecHandle* spare, std::span<unsigned char, 2> config) {
     NeAACDecConfigurationPtr current = NeAACDecGetCurrentConfiguration(decoder);
     if (spare && !*spare) *spare = NeAACDecOpen();
     NeAACDecHandle fresh = spare ? *spare : NeAACDecOpen();
@@ -47,7 +51,7 @@ bool SwapInFreshDecoder(NeAACDecHandle& decoder, NeAACDecHandle* spare) {
     NeAACDecSetConfiguration(fresh, freshConfig);
     unsigned long sampleRate = 0;
     unsigned char channels = 0;
-    if (NeAACDecInit(fresh, nullptr, 0, &sampleRate, &channels) < 0) {
+    if (NeAACDecInit2(fresh, config.data(), 2, &sampleRate, &channels) != 0) {
         if (!spare) NeAACDecClose(fresh);
         NeAACDecSetConfiguration(decoder, current);
         return false;
@@ -58,17 +62,26 @@ bool SwapInFreshDecoder(NeAACDecHandle& decoder, NeAACDecHandle* spare) {
     return true;
 }
 
+std::array<unsigned char, 2> TwoConfigBytes(std::span<const uint8_t> decoderSpecificInfo) {
+    std::array<unsigned char, 2> config{};
+    std::copy_n(decoderSpecificInfo.begin(), std::min<size_t>(2, decoderSpecificInfo.size()), config.begin());
+    return config;
+}
+
+// The channel configuration of the AudioSpecificConfig is 1: one channel,
+// whose frames start with a single channel element, often with a zero byte.
+bool IsMono(std::array<unsigned char, 2> config) { return ((config[1] >> 3) & 0x0F) == 1; }
+
 // A decoder initialised from the first two bytes of the AudioSpecificConfig;
 // null when it cannot be set up.
 NeAACDecHandle OpenDecoder(std::span<const uint8_t> decoderSpecificInfo) {
     if (decoderSpecificInfo.empty()) return nullptr;
     NeAACDecHandle decoder = NeAACDecOpen();
     if (!decoder) return nullptr;
-    unsigned char config[2] = {};
-    std::copy_n(decoderSpecificInfo.begin(), std::min<size_t>(2, decoderSpecificInfo.size()), config);
+    std::array<unsigned char, 2> config = TwoConfigBytes(decoderSpecificInfo);
     unsigned long sampleRate = 0;
     unsigned char channels = 0;
-    if (NeAACDecInit2(decoder, config, 2, &sampleRate, &channels) != 0) {
+    if (NeAACDecInit2(decoder, config.data(), 2, &sampleRate, &channels) != 0) {
         NeAACDecClose(decoder);
         return nullptr;
     }
@@ -88,6 +101,8 @@ AacStretchSearch::AacStretchSearch(DamagedFile& file, uint64_t offset, std::span
       offset_(offset),
       decoder_(OpenDecoder(decoderSpecificInfo)),
       fast_(search == AacSearch::Fast),
+      config_(TwoConfigBytes(decoderSpecificInfo)),
+      mono_(!decoderSpecificInfo.empty() && IsMono(config_)),
       scratch_(kAttemptSize + kScratchPadding) {}
 
 AacStretchSearch::~AacStretchSearch() {
@@ -115,35 +130,48 @@ bool AacStretchSearch::TryAt(uint64_t length, uint64_t zeroLimit) {
             return false;
         }
     }
-    // Zero bytes never start a frame; a run of them is passed over at once.
-    if (const uint64_t zeros = ZerosAtCursor(std::min(length, zeroLimit))) {
-        cursor_ += zeros;
+    // Zero bytes never start a frame, except the last of a run in front of a
+    // single channel element; a run of them is passed over at once.
+    const uint64_t zeros = ZerosAtCursor(std::min(length, zeroLimit));
+    if (zeros > (mono_ ? 1 : 0)) {
+        cursor_ += mono_ ? zeros - 1 : zeros;
         return true;
     }
+    if (const uint64_t consumed = DecodeAtCursor(length)) {
+        found_.push_back(std::make_unique<CSample>(offset_ + cursor_, consumed, "AAC"));
+        cursor_ += consumed;
+    } else {
+        ++cursor_;
+    }
+    return true;
+}
+
+uint64_t AacStretchSearch::DecodeAtCursor(uint64_t length) {
     size_t n = size_t(std::min<uint64_t>(kAttemptSize, length - cursor_));
     ReadBlock(file_, offset_ + cursor_, n, scratch_.data());
     // Near the end of the stretch the decoder sees zeros behind it.
     if (n < kAttemptSize) std::fill(scratch_.begin() + std::ptrdiff_t(n), scratch_.end(), 0);
-    // Zero bytes never start a frame.
-    if (scratch_[0] == 0) {
-        ++cursor_;
-        return true;
-    }
+    // Zero bytes never start a frame of a channel pair.
+    if (scratch_[0] == 0 && !mono_) return 0;
     auto decoder = static_cast<NeAACDecHandle>(decoder_);
     NeAACDecFrameInfo info{};
     void* decoded = NeAACDecDecode(decoder, &info, scratch_.data(), n);
     auto spare = reinterpret_cast<NeAACDecHandle*>(&spare_);
-    if (info.error == kChannelConfigurationChange && SwapInFreshDecoder(decoder, fast_ ? spare : nullptr)) {
+    if (info.error == kChannelConfigurationChange && mono_ &&
+        SwapInFreshDecoder(decoder, fast_ ? spare : nullptr, config_)) {
         decoder_ = decoder;
         info = NeAACDecFrameInfo{};
         decoded = NeAACDecDecode(decoder, &info, scratch_.data(), n);
     }
-    if (decoded && info.bytesconsumed > 0) {
-        found_.push_back(std::make_unique<CSample>(offset_ + cursor_, info.bytesconsumed, "AAC"));
-        cursor_ += info.bytesconsumed;
-    } else {
-        ++cursor_;
-    }
+    return decoded ? info.bytesconsumed : 0;
+}
+
+bool AacStretchSearch::TakeFrameAtCursor(uint64_t length) {
+    if (!decoder_ || cursor_ >= length) return false;
+    const uint64_t consumed = DecodeAtCursor(length);
+    if (consumed == 0 || consumed > length - cursor_) return false;
+    found_.push_back(std::make_unique<CSample>(offset_ + cursor_, consumed, "AAC"));
+    cursor_ += consumed;
     return true;
 }
 
@@ -166,6 +194,14 @@ std::vector<std::unique_ptr<CSample>> CollectAacRun(DamagedFile& file, uint64_t 
                                                     std::span<const uint8_t> decoderSpecificInfo,
                                                     AacSearch search) {
     return AacStretchSearch(file, offset, decoderSpecificInfo, search).Finish(length);
+}
+
+std::vector<std::unique_ptr<CSample>> CollectAacFramesInStep(DamagedFile& file, uint64_t offset, uint64_t length,
+                                                             std::span<const uint8_t> decoderSpecificInfo) {
+    AacStretchSearch search(file, offset, decoderSpecificInfo, AacSearch::Fast);
+    while (search.TakeFrameAtCursor(length)) {
+    }
+    return search.TakeFound();
 }
 
 }  // namespace tolmi

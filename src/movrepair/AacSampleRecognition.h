@@ -4,6 +4,7 @@
 // real decoder (FAAD2) runs over the stretch and a frame is as long as the
 // decoder says it consumed. The decoded audio is thrown away.
 
+#include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -51,6 +52,13 @@ public:
     // frames found.
     std::vector<std::unique_ptr<CSample>> Finish(uint64_t length);
 
+    // Walking in step: takes the frame that starts exactly at the cursor and
+    // ends inside a stretch of length bytes; false, and nothing moves, when
+    // there is none. cursor() is then where the next thing begins.
+    bool TakeFrameAtCursor(uint64_t length);
+    uint64_t cursor() const { return cursor_; }
+    std::vector<std::unique_ptr<CSample>> TakeFound() { return std::move(found_); }
+
 private:
     // One attempt at the cursor, in a stretch of length bytes; a run of
     // zeros at the cursor, not past zeroLimit, counts as one. False when the
@@ -59,11 +67,15 @@ private:
     // The zero bytes at the cursor, at most up to limit (a stretch offset)
     // and a probe's length.
     uint64_t ZerosAtCursor(uint64_t limit);
+    // The bytes the decoder consumes with a frame at the cursor; 0 for none.
+    uint64_t DecodeAtCursor(uint64_t length);
 
     DamagedFile& file_;
     uint64_t offset_;
     void* decoder_;  // FAAD2's handle; null when it could not be set up
     bool fast_;
+    std::array<unsigned char, 2> config_;
+    bool mono_;
     void* spare_ = nullptr;  // see AacSearch
     std::vector<uint8_t> scratch_;
     uint64_t cursor_ = 0;
@@ -81,5 +93,11 @@ private:
 std::vector<std::unique_ptr<CSample>> CollectAacRun(DamagedFile& file, uint64_t offset, uint64_t length,
                                                     std::span<const uint8_t> decoderSpecificInfo,
                                                     AacSearch search);
+
+// The AAC frames that follow each other from offset, each consumed whole by
+// the decoder, up to the first position that starts none or the end of the
+// stretch of length bytes.
+std::vector<std::unique_ptr<CSample>> CollectAacFramesInStep(DamagedFile& file, uint64_t offset, uint64_t length,
+                                                             std::span<const uint8_t> decoderSpecificInfo);
 
 }  // namespace tolmi

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <functional>
 #include <optional>
 #include <span>
 #include <vector>
@@ -17,8 +16,10 @@
 #include "movrepair/AacSearchWorker.h"
 #include "movrepair/ChunkEntryList.h"
 #include "movrepair/FrameSizeFolder.h"
+#include "movrepair/InStepWalk.h"
 #include "movrepair/MovRepairState.h"
 #include "movrepair/NalStartFilter.h"
+#include "movrepair/ReferenceLayout.h"
 #include "movrepair/SampleCopier.h"
 #include "movrepair/VideoSampleRecognition.h"
 #include "platform/ByteReader.h"
@@ -63,6 +64,17 @@ std::string SizeText(uint64_t bytes) {
     return text;
 }
 
+// The counts of what the writer copied: frames of video, AAC frames or
+// PCM frames (four bytes each, as the scan counts them) of audio.
+void SumUpFound(MovRepairState& state, size_t videoFrames, uint64_t sampleBytes, double videoRate) {
+    FoundSummary& found = state.found;
+    found.videoFrames = videoFrames;
+    found.sampleBytes = sampleBytes;
+    found.seconds = videoRate > 0 ? double(videoFrames) / videoRate : 0.0;
+    found.audioFrames = 0;
+    for (const CSample* sample : state.audioSamples) found.audioFrames += Is(sample->type, "AAC") ? 1 : sample->size / 4;
+}
+
 // The first position above position at which position * 100 / fileSize
 // changes.
 uint64_t NextPercentStep(uint64_t position, uint64_t fileSize) {
@@ -75,11 +87,17 @@ uint64_t NextPercentStep(uint64_t position, uint64_t fileSize) {
 class MediaDataScan {
 public:
     MediaDataScan(MovRepairState& state, GFile& reference, uint8_t lengthSize, ReferenceParameterSets sets)
-        : state_(state), reference_(reference), lengthSize_(lengthSize), sets_(sets), filter_(lengthSize, sets) {}
+        : state_(state),
+          reference_(reference),
+          lengthSize_(lengthSize),
+          sets_(sets),
+          filter_(lengthSize, sets),
+          layout_(reference.movie, Session().scanPath, lengthSize) {}
 
     // False when the job was stopped.
     bool Run();
     void MakeRequests();
+    uint64_t mediaStart() const { return mediaStart_; }
 
 private:
     // A video run found while the AAC searches are made by the search threads:
@@ -97,7 +115,15 @@ private:
     bool WriteSettledRuns();
     int ProgressPercent(uint64_t position, uint64_t fileSize);
     void ShowWalkTo(uint64_t position);
-    uint64_t NextCandidate(uint64_t position, uint64_t limit);
+    bool RunInStep();
+    void TakeOuterAac();
+    uint64_t WalkInStep(InStepWalk& walk, Picture picture, int& lastShown);
+    void AddPicture(Picture picture);
+    void FlushVideo();
+    void RecordPiece(StepPiece piece);
+    void RecordAudio(SampleRun run);
+    void RecordPcm(uint64_t offset, uint64_t size, bool countBigEndian);
+    AudioKind ReferenceAudioKind() const;
     bool AcceptVideoRun(SampleRun run, uint32_t frameCount);
     void DeferVideoRun(SampleRun run, uint32_t frameCount);
     bool Searched(const DeferredRun& deferred);
@@ -105,7 +131,8 @@ private:
     void FinishDeferredRuns(uint64_t walkShown, uint64_t fileSize, int& lastShown);
     void RecordVideoRun(SampleRun run, uint32_t frameCount);
     void TakeGap(uint64_t runOffset);
-    void TakeAacFrames(SampleRun found, const std::function<SampleRun()>& searchFront);
+    void TakeAacFrames(SampleRun found);
+    SampleRun SearchFrontStretch();
     static SampleRun PcmRun(uint64_t offset, uint64_t size);
     void AppendAudioRun(SampleRun run, bool inFront);
     std::span<const uint8_t> AacConfig();
@@ -115,7 +142,13 @@ private:
     uint8_t lengthSize_;
     ReferenceParameterSets sets_;
     NalStartFilter filter_;
+    ReferenceLayout layout_;
+    // Where the media data of the damaged file begins (0 when unknown).
+    uint64_t mediaStart_ = 0;
     ChunkEntryList video_, audio_;
+    // The pictures found in step since the last audio or other sample: one chunk.
+    SampleRun pendingVideo_;
+    uint32_t pendingFrames_ = 0;
     const DecoderSpecifiInfoWrapper* aacConfig_ = nullptr;
     bool aacConfigRead_ = false;
     // With the fast reading, the AAC stretches are searched by threads of their own.
@@ -144,7 +177,7 @@ private:
 void MediaDataScan::StartAacWorker() {
     if (state_.straightforwardReading || !Is(Session().audioCoderFormat, "MP4A_AUDIO_CODER_FORMAT")) return;
     aacWorker_ = std::make_unique<AacSearchWorker>(Session().corruptedPath, AacConfig());
-    if (aacWorker_->ready()) openSearch_ = aacWorker_->Open(0);
+    if (aacWorker_->ready()) openSearch_ = aacWorker_->Open(mediaStart_);
     else aacWorker_.reset();
 }
 
@@ -198,6 +231,8 @@ int MediaDataScan::ProgressPercent(uint64_t position, uint64_t fileSize) {
 }
 
 bool MediaDataScan::Run() {
+    mediaStart_ = MediaDataStart(state_.damagedFile);
+    if (layout_.InterleavesFrameByFrame()) return RunInStep();
     DamagedFile& file = state_.damagedFile;
     const uint64_t fileSize = file.size();
     StartAacWorker();
@@ -205,8 +240,8 @@ bool MediaDataScan::Run() {
     int lastShown = kNothingShown;
     // Where the walk last showed its progress: its percentage is the job's
     // figure in the end.
-    uint64_t walkShown = 0;
-    uint64_t position = 0;
+    uint64_t walkShown = mediaStart_;
+    uint64_t position = mediaStart_;
     while (position < fileSize) {
         if (WaitWhilePaused()) return false;
         walkShown = position;
@@ -215,7 +250,7 @@ bool MediaDataScan::Run() {
         if (!state_.straightforwardReading) {
             // Within one percentage step, straight to the next position that may start a chain.
             const uint64_t limit = std::min({fileSize, NextPercentStep(position, fileSize), position + kSkipBatch});
-            position = NextCandidate(position, limit);
+            position = NextCandidate(file, filter_, position, limit);
             if (position == limit) continue;
         }
         SampleRun run;
@@ -229,32 +264,28 @@ bool MediaDataScan::Run() {
         if (!AcceptVideoRun(std::move(run), frameCount)) return false;
     }
     if (aacWorker_) {
-        // No run ends the stretch behind the last one: it is not audio.
+        // No run ends the stretch behind the last one: it is not searched.
         aacWorker_->Abandon(openSearch_);
         FinishDeferredRuns(walkShown, fileSize, lastShown);
     }
+    TakeOuterAac();
     headSettled_ = true;
     if (!WriteSettledRuns()) return false;
     CloseOutput();
     return !WaitWhilePaused();
 }
 
-// The first position in [position, limit) that passes the cheap header
-// rules, or limit.
-uint64_t MediaDataScan::NextCandidate(uint64_t position, uint64_t limit) {
-    DamagedFile& file = state_.damagedFile;
-    const size_t span = filter_.span();
-    while (position < limit) {
-        const uint64_t end = std::min<uint64_t>(limit, position + (DamagedFile::largestView() - span));
-        std::span<const uint8_t> bytes = file.view(position, size_t(end - position) + span);
-        // A read fault is left to the full test.
-        if (bytes.empty()) return position;
-        const size_t count = std::min(size_t(end - position), bytes.size());
-        const size_t first = filter_.FirstCandidate(bytes.data(), count, bytes.size());
-        if (first < count) return position + first;
-        position += count;
-    }
-    return limit;
+// A file of a single run has no gap at which the stretch in front is
+// searched; it is searched now. Behind the last run no further run ends a
+// stretch to search; AAC frames that follow each other from its end are
+// audio all the same.
+void MediaDataScan::TakeOuterAac() {
+    if (state_.videoSamples.empty() || ReferenceAudioKind() != AudioKind::Aac || Session().stopRequested) return;
+    TakeAacFrames({});
+    const CSample& last = *state_.videoSamples.back();
+    const uint64_t end = last.offset + last.size;
+    const uint64_t size = state_.damagedFile.size();
+    if (end < size) RecordAudio(CollectAacFramesInStep(state_.damagedFile, end, size - end, AacConfig()));
 }
 
 // False when the job was stopped while the samples were written.
@@ -306,7 +337,7 @@ bool MediaDataScan::RecordSearchedRuns() {
     while (!deferredRuns_.empty() && Searched(deferredRuns_.front())) {
         DeferredRun& deferred = deferredRuns_.front();
         if (deferred.gapSearch != kNoSearch) {
-            TakeAacFrames(aacWorker_->Take(deferred.gapSearch), [&] { return aacWorker_->Take(frontSearch_); });
+            TakeAacFrames(aacWorker_->Take(deferred.gapSearch));
             headSettled_ = true;
         }
         RecordVideoRun(std::move(deferred.run), deferred.frameCount);
@@ -337,19 +368,25 @@ void MediaDataScan::TakeGap(uint64_t runOffset) {
     const uint64_t gap = runOffset - lastEnd;
     const std::string& format = Session().audioCoderFormat;
     if (Is(format, "MP4A_AUDIO_CODER_FORMAT")) {
-        DamagedFile& file = state_.damagedFile;
         const AacSearch search = state_.straightforwardReading ? AacSearch::Plain : AacSearch::Fast;
-        const uint64_t frontLength = state_.videoSamples.front()->offset;
-        TakeAacFrames(CollectAacRun(file, lastEnd, gap, AacConfig(), search),
-                      [&] { return CollectAacRun(file, 0, frontLength, AacConfig(), search); });
-    } else if (Is(format, "SOWT_AUDIO_CODER_FORMAT")) {
+        TakeAacFrames(CollectAacRun(state_.damagedFile, lastEnd, gap, AacConfig(), search));
+    } else {
+        RecordPcm(lastEnd, gap, false);
+    }
+}
+
+// A stretch of PCM in the reference's format, as one sample. Big-endian
+// PCM keeps the reference's sample-to-chunk table unless countBigEndian.
+void MediaDataScan::RecordPcm(uint64_t offset, uint64_t size, bool countBigEndian) {
+    const std::string& format = Session().audioCoderFormat;
+    const bool bigEndian = Is(format, "TWOS_AUDIO_CODER_FORMAT");
+    if (Is(format, "SOWT_AUDIO_CODER_FORMAT") || (bigEndian && countBigEndian)) {
         // A PCM frame counts as 4 bytes here, whatever the reference says.
-        audio_.AddChunk(uint32_t(gap / 4));
-        AppendAudioRun(PcmRun(lastEnd, gap), false);
-    } else if (Is(format, "TWOS_AUDIO_CODER_FORMAT")) {
-        // The sample-to-chunk table of twos comes from the reference, so
-        // the chunk is neither counted nor recorded here.
-        AppendAudioRun(PcmRun(lastEnd, gap), false);
+        audio_.AddChunk(uint32_t(size / 4));
+        AppendAudioRun(PcmRun(offset, size), false);
+    } else if (bigEndian) {
+        // The chunk is neither counted nor recorded here.
+        AppendAudioRun(PcmRun(offset, size), false);
     }
 }
 
@@ -360,12 +397,20 @@ SampleRun MediaDataScan::PcmRun(uint64_t offset, uint64_t size) {
     return run;
 }
 
-// found: the AAC frames of the stretch between the last two runs.
-// searchFront: the search of the stretch in front of the first run, which is
-// tried until some audio is found.
-void MediaDataScan::TakeAacFrames(SampleRun found, const std::function<SampleRun()>& searchFront) {
+// The AAC frames of the stretch in front of the first run, from where the
+// media data starts.
+SampleRun MediaDataScan::SearchFrontStretch() {
+    if (aacWorker_) return aacWorker_->Take(frontSearch_);
+    const AacSearch search = state_.straightforwardReading ? AacSearch::Plain : AacSearch::Fast;
+    const uint64_t length = state_.videoSamples.front()->offset - mediaStart_;
+    return CollectAacRun(state_.damagedFile, mediaStart_, length, AacConfig(), search);
+}
+
+// found: the AAC frames of the stretch between the last two runs. The
+// stretch in front of the first run is searched until some audio is found.
+void MediaDataScan::TakeAacFrames(SampleRun found) {
     if (state_.audioSamples.empty() && !frontStretchEmpty_) {
-        SampleRun front = searchFront();
+        SampleRun front = SearchFrontStretch();
         frontStretchEmpty_ = front.empty() && !state_.straightforwardReading && !Session().stopRequested;
         if (!front.empty()) {
             audio_.AddChunk(uint32_t(front.size()));
@@ -382,6 +427,105 @@ void MediaDataScan::AppendAudioRun(SampleRun run, bool inFront) {
     for (const auto& sample : run) state_.audioSamples.push_back(sample.get());
     if (inFront) state_.sampleRuns.push_front(std::move(run));
     else state_.sampleRuns.push_back(std::move(run));
+}
+
+AudioKind MediaDataScan::ReferenceAudioKind() const {
+    const std::string& format = Session().audioCoderFormat;
+    if (Is(format, "MP4A_AUDIO_CODER_FORMAT")) return AudioKind::Aac;
+    if (Is(format, "SOWT_AUDIO_CODER_FORMAT") || Is(format, "TWOS_AUDIO_CODER_FORMAT")) return AudioKind::Pcm;
+    return AudioKind::None;
+}
+
+// The walk of a file interleaved frame by frame: the byte search looks for
+// a picture that a step confirms, then the walk goes on in step for as
+// long as one thing leads to the next. Audio in front of the first picture
+// is taken in step from where the media data starts, and so is audio
+// behind the last one and behind damage. False when the job was stopped.
+bool MediaDataScan::RunInStep() {
+    DamagedFile& file = state_.damagedFile;
+    const uint64_t fileSize = file.size();
+    OpenOutput();
+    InStepWalk walk(file, lengthSize_, sets_, ReferenceAudioKind(), AacConfig(), layout_);
+    int lastShown = kNothingShown;
+    uint64_t position = mediaStart_;
+    // Where the stretch that no step explains began.
+    uint64_t stretchStart = position;
+    while (position < fileSize) {
+        if (WaitWhilePaused()) return false;
+        ShowPercent(int(position * 100 / fileSize), lastShown);
+        const uint64_t limit = std::min({fileSize, NextPercentStep(position, fileSize), position + kSkipBatch});
+        std::optional<Picture> picture = walk.FindConfirmedPicture(position, limit);
+        if (!picture) {
+            position = limit;
+            continue;
+        }
+        // What no step explains in front of the picture: audio in step from its start.
+        RecordAudio(walk.AudioInStep(stretchStart, picture->samples.front()->offset));
+        position = stretchStart = WalkInStep(walk, std::move(*picture), lastShown);
+        headSettled_ = true;
+        if (!WriteSettledRuns()) return false;
+    }
+    RecordAudio(walk.AudioInStep(stretchStart, fileSize));
+    FlushVideo();
+    headSettled_ = true;
+    if (!WriteSettledRuns()) return false;
+    CloseOutput();
+    return !WaitWhilePaused();
+}
+
+// Records picture, which the search confirmed, and everything that follows
+// it in step; where the last picture ends. A step to a picture from which
+// no further step leads on is taken only where the end of the media data
+// explains that: damage that cut into the picture explains nothing.
+uint64_t MediaDataScan::WalkInStep(InStepWalk& walk, Picture picture, int& lastShown) {
+    const uint64_t fileSize = state_.damagedFile.size();
+    uint64_t end = picture.end();
+    AddPicture(std::move(picture));
+    std::optional<Step> step = walk.StepFrom(end);
+    while (step && !WaitWhilePaused()) {
+        const uint64_t next = step->picture.end();
+        walk.Accept(*step);
+        std::optional<Step> following = walk.StepFrom(next);
+        if (!following && !walk.EndExplained(next)) break;
+        for (StepPiece& piece : step->pieces) RecordPiece(std::move(piece));
+        AddPicture(std::move(step->picture));
+        end = next;
+        step = std::move(following);
+        ShowPercent(int(end * 100 / fileSize), lastShown);
+    }
+    return end;
+}
+
+void MediaDataScan::AddPicture(Picture picture) {
+    std::move(picture.samples.begin(), picture.samples.end(), std::back_inserter(pendingVideo_));
+    pendingFrames_ += picture.frameCount;
+}
+
+void MediaDataScan::FlushVideo() {
+    if (pendingVideo_.empty()) return;
+    RecordVideoRun(std::move(pendingVideo_), pendingFrames_);
+    pendingVideo_.clear();
+    pendingFrames_ = 0;
+}
+
+void MediaDataScan::RecordPiece(StepPiece piece) {
+    const TrackLayout& track = layout_.tracks()[piece.track];
+    if (track.role != TrackLayout::Role::Audio || ReferenceAudioKind() == AudioKind::None) {
+        for (const auto& sample : piece.samples)
+            state_.otherTrackSamples.push_back({track.movieTrack, track.format, sample->offset, sample->size});
+        return;
+    }
+    RecordAudio(std::move(piece.samples));
+}
+
+// Audio samples found in step close the chunk of the pictures in front.
+void MediaDataScan::RecordAudio(SampleRun run) {
+    if (run.empty()) return;
+    FlushVideo();
+    // Chunks found in step are the damaged file's own; the reference's table would not fit them.
+    if (ReferenceAudioKind() == AudioKind::Pcm) return RecordPcm(run.front()->offset, run.front()->size, true);
+    audio_.AddChunk(uint32_t(run.size()));
+    AppendAudioRun(std::move(run), false);
 }
 
 std::span<const uint8_t> MediaDataScan::AacConfig() {
@@ -431,7 +575,11 @@ void CRepairMOV::ScanMediaData() {
     s.percent = 0;
 
     MediaDataScan scan(state, reference, lengthSize, sets);
-    if (scan.Run()) scan.MakeRequests();
+    if (scan.Run()) {
+        scan.MakeRequests();
+        state.found.scanned = true;
+        state.found.mediaBytes = state.damagedFile.size() - scan.mediaStart();
+    }
     state.damagedFile.close();
 }
 
@@ -457,9 +605,11 @@ void CRepairMOV::WriteSampleData(File& out, DamagedFile& in) {
     RepairSession& s = Session();
     MovRepairState& state = MovState();
     if (WaitWhilePaused()) return out.close();
+    // A scan that ran and found no video frame says so; the reference is not to blame.
+    if (state.found.scanned && state.videoSamples.empty()) return GiveUp(out, "IDS_MOVERROR3");
     // No run found, whatever the reason (a scan that did not run leaves no requests).
     if (state.sampleRuns.empty() || !state.videoRequest || !state.audioRequest || !s.referenceFile)
-        return GiveUp(out);
+        return GiveUp(out, "IDS_UNHEALTHY_1");
 
     // Room for the header of the media data atom, written when its size is known.
     state.mediaHeaderPos = 0;
@@ -496,6 +646,7 @@ void CRepairMOV::WriteSampleData(File& out, DamagedFile& in) {
     if (WaitWhilePaused()) return out.close();
 
     GFile& reference = *s.referenceFile;
+    SumUpFound(state, videoSizes.size(), s.movOutputSize - sizeof room, reference.GetVideoRate());
     CAtomCreationRequest& audio = *state.audioRequest;
     audio.chunkOffsets = std::move(audioOffsets);
     audio.sampleSizes = std::move(audioSizes);
@@ -524,15 +675,15 @@ void CRepairMOV::FinishMovie(File& out) {
     out.writeAt(state.mediaHeaderPos, header.data(), header.size());
 
     if (state.repairedFile->movie) state.repairedFile->movie->WriteMovie(out);
-    else GiveUp(out);  // a reference movie without a header gives no movie to write
+    else GiveUp(out, "IDS_UNHEALTHY_1");  // a reference movie without a header gives no movie to write
     out.close();
     state.sampleRuns.clear();
     state.videoSamples.clear();
     state.audioSamples.clear();
 }
 
-void CRepairMOV::GiveUp(File& out) {
-    Session().Ui().showMessage(kInformation, "IDS_UNHEALTHY_1", "IDS_INFORMATION", DialogButtons::Ok);
+void CRepairMOV::GiveUp(File& out, const char* textKey) {
+    Session().Ui().showMessage(kInformation, textKey, "IDS_INFORMATION", DialogButtons::Ok);
     Session().jobFailed = 1;
     out.close();
 }

@@ -36,7 +36,8 @@ public:
 private:
     void WriteSampleData(File& out, DamagedFile& in);
     void FinishMovie(File& out);
-    void GiveUp(File& out);
+    // Shows the message of textKey and marks the job failed.
+    void GiveUp(File& out, const char* textKey);
 };
 
 }  // namespace tolmi

@@ -13,6 +13,8 @@ void MovRepairState::Clear() {
     videoSamples.clear();
     audioSamples.clear();
     sampleRuns.clear();
+    otherTrackSamples.clear();
+    found = {};
     audioRequest.reset();
     videoRequest.reset();
     chunkEntryRows.clear();

@@ -18,6 +18,26 @@ namespace tolmi {
 class CAtomCreationRequest;
 class GFile;
 
+// A sample of one of the reference's other tracks (timecode, telemetry,
+// metadata), found between the video and audio samples.
+struct OtherTrackSample {
+    size_t track = 0;    // the index of the track in the reference's movie
+    std::string format;  // of the track's sample description, e.g. "tmcd"
+    uint64_t offset = 0;
+    uint64_t size = 0;
+};
+
+// What the repair gave back, for the user: kept after the writer has
+// emptied the record.
+struct FoundSummary {
+    bool scanned = false;      // the scan ran to its end
+    uint64_t videoFrames = 0;
+    uint64_t audioFrames = 0;  // AAC frames, or PCM frames of four bytes
+    double seconds = 0.0;      // of the video frames, at the reference's rate
+    uint64_t sampleBytes = 0;  // of the damaged file that became samples
+    uint64_t mediaBytes = 0;   // of the damaged file from where its media data starts
+};
+
 struct MovRepairState {
     MovRepairState();
     ~MovRepairState();
@@ -31,6 +51,9 @@ struct MovRepairState {
     std::vector<CSample*> videoSamples;   // in file order
     std::vector<CSample*> audioSamples;   // in the order found
     std::deque<SampleRun> sampleRuns;     // every accepted run in file order; owns the samples
+    // In file order; not a part of the runs written.
+    std::vector<OtherTrackSample> otherTrackSamples;
+    FoundSummary found;
     std::unique_ptr<CAtomCreationRequest> audioRequest;
     std::unique_ptr<CAtomCreationRequest> videoRequest;
     // The sample-to-chunk rows that the requests point at.

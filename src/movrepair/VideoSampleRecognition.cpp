@@ -59,8 +59,18 @@ std::unique_ptr<CNALU> ReadNalAt(uint64_t position, DamagedFile& file, uint8_t l
     return unit;
 }
 
-uint32_t CollectVideoRun(uint64_t position, SampleRun& run, DamagedFile& file, uint8_t lengthSize,
-                         uint32_t& frameCount, const ReferenceParameterSets& sets) {
+namespace {
+
+bool IsSlice(const CNALU& unit, bool h265) {
+    return h265 ? NameIs(unit, "Slice") : unit.nal_unit_type >= 1 && unit.nal_unit_type <= 5;
+}
+
+// The chain that starts at position, or with onePicture only its first
+// picture: the units in front of a slice and the slices that join it. A
+// picture counts only when it lies wholly inside the file and each of its
+// units holds more than a header.
+uint32_t FollowChain(uint64_t position, SampleRun& run, DamagedFile& file, uint8_t lengthSize, uint32_t& frameCount,
+                     const ReferenceParameterSets& sets, bool onePicture) {
     const bool h265 = sets.vps != nullptr;
     std::unique_ptr<CNALU> unit = ReadNalAt(position, file, lengthSize, sets);
     if (!unit) return 0;
@@ -70,15 +80,18 @@ uint32_t CollectVideoRun(uint64_t position, SampleRun& run, DamagedFile& file, u
     // belongs to none.
     std::unique_ptr<CNALU> joinedUnit;
     bool pictureOpen = false;
+    bool sliceSeen = false;
     uint32_t count = 0;
     // The parsers refuse units of size 0; the test here keeps the chain
     // moving whatever they accept.
     while (unit && unit->totalSize > 0 && unit->totalSize < kLargestNalUnit) {
-        ++count;
         if (WaitWhilePaused()) return 0;
         const uint32_t size = unit->totalSize;
         const CNALU* current = unit.get();
         const bool joins = h265 ? JoinsH265(*current, previous, pictureOpen) : JoinsH264(*current, previous);
+        if (onePicture && ((sliceSeen && !joins) || position + size > file.size() || size < lengthSize + 2u)) break;
+        ++count;
+        sliceSeen = sliceSeen || IsSlice(*current, h265);
         if (joins) {
             run.back()->size += size;
             joinedUnit = std::move(unit);
@@ -91,7 +104,22 @@ uint32_t CollectVideoRun(uint64_t position, SampleRun& run, DamagedFile& file, u
         position += size;
         unit = ReadNalAt(position, file, lengthSize, sets);
     }
-    return count;
+    return onePicture && !sliceSeen ? 0 : count;
+}
+
+}  // namespace
+
+uint32_t CollectVideoRun(uint64_t position, SampleRun& run, DamagedFile& file, uint8_t lengthSize,
+                         uint32_t& frameCount, const ReferenceParameterSets& sets) {
+    return FollowChain(position, run, file, lengthSize, frameCount, sets, false);
+}
+
+std::optional<Picture> CollectPicture(uint64_t position, DamagedFile& file, uint8_t lengthSize,
+                                      const ReferenceParameterSets& sets) {
+    Picture picture;
+    if (FollowChain(position, picture.samples, file, lengthSize, picture.frameCount, sets, true) == 0)
+        return std::nullopt;
+    return picture;
 }
 
 }  // namespace tolmi

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "movrepair/CSample.h"
@@ -46,5 +47,18 @@ std::unique_ptr<CNALU> ReadNalAt(uint64_t position, DamagedFile& file, uint8_t l
 // chain; 0 when there is none or the job was stopped.
 uint32_t CollectVideoRun(uint64_t position, SampleRun& run, DamagedFile& file, uint8_t lengthSize,
                          uint32_t& frameCount, const ReferenceParameterSets& sets);
+
+// One picture of a stream interleaved frame by frame: the units in front
+// of its first slice and its slices, as samples.
+struct Picture {
+    SampleRun samples;
+    uint32_t frameCount = 0;
+    uint64_t end() const { return samples.back()->offset + samples.back()->size; }
+};
+
+// The picture that starts at position and lies wholly inside the file; none
+// when no slice follows the units there.
+std::optional<Picture> CollectPicture(uint64_t position, DamagedFile& file, uint8_t lengthSize,
+                                      const ReferenceParameterSets& sets);
 
 }  // namespace tolmi

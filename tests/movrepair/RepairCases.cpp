@@ -36,14 +36,21 @@ std::vector<RepairCase> EndToEndCases() {
 }
 
 std::optional<DamagedInput> MakeDamagedInput(const RepairCase& c, const std::string& dir) {
+    const std::string reference = MakeMovReference(c.recipe);
+    const std::string recording = MakeMovRecording(c.recipe);
+    if (reference.empty() || recording.empty()) return std::nullopt;
+    return DamageRecording(recording, reference, c.damage, c.recipe.extension, dir);
+}
+
+std::optional<DamagedInput> DamageRecording(const std::string& recording, const std::string& reference,
+                                            Damage damage, const std::string& extension, const std::string& dir) {
     DamagedInput input;
-    input.reference = MakeMovReference(c.recipe);
-    input.recording = MakeMovRecording(c.recipe);
-    if (input.reference.empty() || input.recording.empty()) return std::nullopt;
-    input.damaged = dir + "/damaged." + c.recipe.extension;
+    input.reference = reference;
+    input.recording = recording;
+    input.damaged = dir + "/damaged." + extension;
     input.movieSource = input.reference;
     const uint64_t size = ReadAll(input.recording).size();
-    switch (c.damage) {
+    switch (damage) {
     case Damage::EndCutOff:
         input.range = {size * 7 / 10, size};
         CopyCut(input.recording, input.damaged, input.range.begin);
@@ -64,7 +71,7 @@ std::optional<DamagedInput> MakeDamagedInput(const RepairCase& c, const std::str
         auto mdat = FindTopLevelAtom(input.recording, "mdat");
         if (!mdat) return std::nullopt;
         // Packets behind the garbage lie elsewhere now; only those in front keep their place.
-        input.range = {mdat->offset + mdat->size / 2, size};
+        input.range = {std::min(mdat->offset + mdat->size / 2, size * 8 / 10), size};
         CopyCutWithGarbage(input.recording, input.damaged, size * 8 / 10, input.range.begin, 300000, 9);
         break;
     }

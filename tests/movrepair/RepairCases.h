@@ -48,5 +48,9 @@ std::vector<RepairCase> EndToEndCases();
 
 // Makes the damaged file of c in dir; nothing when ffmpeg is missing or fails.
 std::optional<DamagedInput> MakeDamagedInput(const RepairCase& c, const std::string& dir);
+// Damages recording (whose extension is given) into dir; reference is the
+// healthy file with the same settings.
+std::optional<DamagedInput> DamageRecording(const std::string& recording, const std::string& reference,
+                                            Damage damage, const std::string& extension, const std::string& dir);
 
 }  // namespace tolmi::test

@@ -23,7 +23,7 @@ std::string MakeRecordingOf(const MovRecipe& recipe, const std::string& role, co
         arguments += " -f lavfi -i sine=frequency=" + std::to_string(frequency) + ":" + kSound + duration + " -ac 2";
     arguments += " " + recipe.video;
     arguments += recipe.audio.empty() ? " -an" : " " + recipe.audio;
-    arguments += std::string(" ") + kChunking;
+    if (recipe.chunked) arguments += std::string(" ") + kChunking;
     return MakeFixture("mov_" + recipe.name + "_" + role + "_" + std::to_string(seconds) + "s." + recipe.extension,
                        arguments);
 }

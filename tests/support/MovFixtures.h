@@ -18,6 +18,7 @@ struct MovRecipe {
     std::string extension;  // "mp4" or "mov"
     std::string video;      // ffmpeg video encoder arguments
     std::string audio;      // ffmpeg audio encoder arguments; empty for a file without sound
+    bool chunked = true;    // in chunks of half a second, else frame by frame (ffmpeg's default)
 };
 
 MovRecipe H264AacRecipe(const std::string& extension, bool bFrames);
