@@ -114,19 +114,25 @@ TEST_F(SampleTableBuildTest, SampleDurationFallsBackWhenTheRateGivesNone) {
 // PCM counts one byte a sample: twos keeps the reference's chunk layout,
 // sowt takes the request's.
 TEST_F(SampleTableBuildTest, PcmChunkLayouts) {
+    // Big-endian PCM keeps the reference's chunk layout only where the engine counted no chunks.
     CStbl& twos = Reference(AudioEntry("twos", 2, 16, 44100, {}));
-    const CStbl* built = Build(twos, Request("AUDIO_REQUEST", 3, 7));
+    CAtomCreationRequest uncounted = Request("AUDIO_REQUEST", 3, 7);
+    uncounted.chunkEntries.clear();
+    const CStbl* built = Build(twos, uncounted);
     ASSERT_NE(built, nullptr);
     EXPECT_EQ(built->stsc, twos.stsc);
     EXPECT_EQ(built->stsz->sampleSize, 1u);
     EXPECT_EQ(built->stsz->count, 7u * 100u);  // chunks x samples per chunk of the reference's first row
 
-    built = Build(Reference(AudioEntry("sowt", 2, 16, 44100, {})), Request("AUDIO_REQUEST", 3, 7));
-    ASSERT_NE(built, nullptr);
-    EXPECT_EQ(built->stsz->sampleSize, 1u);
-    EXPECT_EQ(built->stsz->count, 7u * 4u);  // chunks x samples per chunk of the request's first row
-    ASSERT_EQ(built->stsc->entries.size(), 1u);
-    EXPECT_EQ(built->stsc->entries[0]->samplesPerChunk, 4u);
+    // Counted chunks: chunks x samples per chunk of the request's first row, for both byte orders.
+    for (const char* format : {"twos", "sowt"}) {
+        built = Build(Reference(AudioEntry(format, 2, 16, 44100, {})), Request("AUDIO_REQUEST", 3, 7));
+        ASSERT_NE(built, nullptr) << format;
+        EXPECT_EQ(built->stsz->sampleSize, 1u) << format;
+        EXPECT_EQ(built->stsz->count, 7u * 4u) << format;
+        ASSERT_EQ(built->stsc->entries.size(), 1u) << format;
+        EXPECT_EQ(built->stsc->entries[0]->samplesPerChunk, 4u) << format;
+    }
 
     CAtomCreationRequest none = Request("AUDIO_REQUEST", 0, 0);
     none.chunkEntries.clear();
