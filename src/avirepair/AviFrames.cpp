@@ -2,6 +2,7 @@
 // found by the shape of their header, a size that fits the file, and what
 // stands where the next chunk is due.
 
+#include <algorithm>
 #include <array>
 
 #include "avirepair/AviChunkRules.h"
@@ -17,10 +18,13 @@ constexpr uint64_t kOutputSizeLimit = 0xFFFFF060;
 // Header of a chunk and the size field of a header 16 bytes further on,
 // which the leftover index test reads.
 constexpr uint64_t kChunkTestSpan = 24;
+// An idx1 entry: id, flags, offset, size.
+constexpr size_t kIndexEntrySize = 16;
 
 }  // namespace
 
 void AviPass::OnMoviList() {
+    if (!haveVideoStream_) SupplyLostVideoList(scanPos_);
     if (!hdrlDone_) WriteStandardHeader();
     hdrlListSize_ = uint32_t(outputSize_ - 12);
     moviListWritten_ = strlSeen_ = hdrlDone_ = true;
@@ -45,6 +49,7 @@ bool AviPass::OnMoviTag() {
         scanPos_ += 1;
         return true;
     }
+    if (!haveVideoStream_) SupplyLostVideoList(scanPos_);
     if (!strlSeen_) return false;
     indexOffset_ = 0;
     if (!riffWritten_) WriteRiffStub();
@@ -111,8 +116,14 @@ bool AviPass::OnChunkCode() {
             scanPos_ += 1;
             return true;
         }
-        Session().aviPercent = 100;  // a stream chunk of a kind no header tells of
-        return false;
+        if (videoListSupplied_) {
+            PassOverChunk();  // its list went with the head of the file
+            return true;
+        }
+        if (audio || !SupplyLostVideoList(scanPos_ - 2)) {
+            Session().aviPercent = 100;  // a stream chunk of a kind no header tells of
+            return false;
+        }
     }
     if (outputSize_ >= kOutputSizeLimit) return false;
     if (!digits) {
@@ -156,9 +167,18 @@ bool AviPass::LeftoverIndexEntry(uint64_t headerIndex) {
 }
 
 bool AviPass::NextChunkFollows(uint64_t position, bool firstChunk) {
-    if (position >= windowStart_ && position - windowStart_ + 4 <= kAviWindowSize)
-        return NextChunkIdAccepted(AviWordAt(window(), position - windowStart_), firstChunk, false);
-    return NextChunkIdAccepted(InputWordAt(position), firstChunk, true);
+    const bool inWindow = position >= windowStart_ && position - windowStart_ + 4 <= kAviWindowSize;
+    const uint32_t id = inWindow ? AviWordAt(window(), position - windowStart_) : InputWordAt(position);
+    // A chunk followed by zeros is the last one written before a crash, or
+    // stands in front of an index that was wiped.
+    return NextChunkIdAccepted(id, firstChunk, !inWindow) || (id == 0 && ZerosFollow(position));
+}
+
+bool AviPass::ZerosFollow(uint64_t position) const {
+    std::array<uint8_t, kIndexEntrySize> bytes{};
+    const auto got = Session().aviInputFile.readAt(position, bytes.data(), bytes.size());
+    const bool toTheEnd = got && (*got == bytes.size() || position + *got == fileSize_);
+    return toTheEnd && std::all_of(bytes.begin(), bytes.end(), [](uint8_t b) { return b == 0; });
 }
 
 bool AviPass::NoChunkKept() const { return Session().aviVideoChunks == 0 && Session().aviAudioChunks == 0; }

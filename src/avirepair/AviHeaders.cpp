@@ -14,10 +14,6 @@ constexpr size_t kAvihTag = 0x0C, kAvihSize = 0x10, kMicroSecPerFrame = 0x14, kM
 constexpr size_t kStrfSize = 0x50, kBiSize = 0x54, kBiWidth = 0x58, kBiHeight = 0x5C, kBiPlanes = 0x60,
                  kBiBitCount = 0x62;
 
-// A damaged microsecond figure: anything this small cannot be a frame time.
-constexpr uint32_t kLeastMicroSecPerFrame = 3000;
-constexpr uint32_t kDefaultMicroSecPerFrame = 41666;  // 24 frames a second
-
 uint16_t HalfWordAt(std::span<const uint8_t> bytes, uint64_t index) {
     ByteReader reader(bytes);
     if (index > bytes.size() || !reader.seek(size_t(index))) return 0;
@@ -59,7 +55,7 @@ AvihFigures MendHdrlHead(std::span<uint8_t, kHdrlHeadSize> head) {
     StoreAviWord(head, kAvihTag, AviTag("avih"));
     StoreAviWord(head, kAvihSize, 56);
     figures.microSecPerFrame = AviWordAt(head, kMicroSecPerFrame);
-    if (figures.microSecPerFrame <= kLeastMicroSecPerFrame)
+    if (figures.microSecPerFrame < kLeastMicroSecPerFrame)
         StoreAviWord(head, kMicroSecPerFrame, kDefaultMicroSecPerFrame);
     if (AviWordAt(head, kMaxBytesPerSec) == 0) StoreAviWord(head, kMaxBytesPerSec, 56);
     head[kFlags] = 0x10;  // AVIF_HASINDEX: the pass writes a new idx1
@@ -71,12 +67,12 @@ AvihFigures MendHdrlHead(std::span<uint8_t, kHdrlHeadSize> head) {
     return figures;
 }
 
-std::array<uint8_t, kHdrlHeadSize> StandardHdrlHead() {
+std::array<uint8_t, kHdrlHeadSize> StandardHdrlHead(uint32_t width, uint32_t height) {
     std::array<uint8_t, kHdrlHeadSize> head{};
     const uint32_t words[] = {
         AviTag("LIST"), 0,       AviTag("hdrl"), AviTag("avih"), 56,       kDefaultMicroSecPerFrame,
         0x317600,       0,       0x00010010,     0,              0,        2,
-        0x09AB00,       1280,    720,
+        0x09AB00,       width,   height,
     };
     size_t at = 0;
     for (uint32_t word : words) {

@@ -18,6 +18,10 @@ inline constexpr size_t kAviWindowSize = 333333;
 
 // Size of the head of the hdrl list: LIST, size, "hdrl", the avih chunk.
 inline constexpr size_t kHdrlHeadSize = 76;
+// The frame time that stands in for a damaged or lost one: 24 frames a second.
+inline constexpr uint32_t kDefaultMicroSecPerFrame = 41666;
+// The smallest frame time that is taken as it stands.
+inline constexpr uint32_t kLeastMicroSecPerFrame = 3001;
 
 // Four letters as the 32-bit little-endian number they make in an AVI file.
 constexpr uint32_t AviTag(const char (&s)[5]) {
@@ -47,8 +51,9 @@ struct AvihFigures {
 // Mends the 76-byte head of an hdrl list in place (offsets from the LIST tag).
 AvihFigures MendHdrlHead(std::span<uint8_t, kHdrlHeadSize> head);
 
-// The head of an hdrl list that stands in for a lost one.
-std::array<uint8_t, kHdrlHeadSize> StandardHdrlHead();
+// The head of an hdrl list that stands in for a lost one, for a picture of
+// width by height.
+std::array<uint8_t, kHdrlHeadSize> StandardHdrlHead(uint32_t width = 1280, uint32_t height = 720);
 
 // The codec rules for a video stream: handler is the strh fccHandler,
 // compression the BITMAPINFOHEADER's biCompression, changed in place.

@@ -302,9 +302,9 @@ void AviPass::WriteAviTagAlone() {
     outputSize_ += 4;
 }
 
-void AviPass::WriteStandardHeader() {
+void AviPass::WriteStandardHeader(uint32_t width, uint32_t height) {
     hdrlDone_ = true;
-    Emit(StandardHdrlHead());
+    Emit(StandardHdrlHead(width, height));
     outputSize_ += kHdrlHeadSize;
 }
 
@@ -354,7 +354,9 @@ bool AviPass::OnStreamList() {
         kind = AviStreamKind::Video;
         Session().aviCodecFourCC = AviTagText(handler);
     } else if (type == AviTag("auds")) {
-        if (!haveVideoStream_) return false;  // audio ahead of video is not supported
+        // Audio ahead of video is not supported, but for a video list lost
+        // with the head of the file.
+        if (!haveVideoStream_ && !SupplyLostVideoList(scanPos_)) return false;
         haveAudioStream_ = true;
         kind = AviStreamKind::Audio;
     }

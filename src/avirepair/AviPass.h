@@ -7,11 +7,13 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "avirepair/AviHeaders.h"
+#include "avirepair/AviLostStream.h"
 #include "avirepair/AviWindowSource.h"
 #include "platform/File.h"
 
@@ -72,7 +74,17 @@ private:
     void OnJunk();
     void WriteRiffStub();
     void WriteAviTagAlone();
-    void WriteStandardHeader();
+    void WriteStandardHeader(uint32_t width = 1280, uint32_t height = 720);
+
+    // A video stream list lost with the head of the file. The first video
+    // frame from position on tells the stream; a list made for it goes out
+    // in front of the others, with the standard header where that is gone
+    // too. False when no frame tells it, or the movi list has begun.
+    bool SupplyLostVideoList(uint64_t position);
+    std::optional<LostVideoStream> FindVideoFrameAhead(uint64_t position) const;
+    // Passes over a whole chunk of a stream whose list is lost with the
+    // head of the file, where the chunk code stands at scanPos.
+    void PassOverChunk();
 
     // Frame stage.
     void OnMoviList();
@@ -85,6 +97,8 @@ private:
     // window is looked up in the input itself, so that a chunk it confirms
     // is taken in the same round.
     bool NextChunkFollows(uint64_t position, bool firstChunk);
+    // True when zeros stand from position for an index entry's length, or to the end.
+    bool ZerosFollow(uint64_t position) const;
     // Counts the chunk whose header stands at headerIndex, writes its idx1
     // entry and adds it to the offsets and sizes; the copy is the caller's.
     void KeepChunk(uint64_t headerIndex, uint32_t declaredSize);
@@ -111,6 +125,7 @@ private:
     bool riffWritten_ = false, aviWritten_ = false, hdrlDone_ = false, strlSeen_ = false, infoDone_ = false,
          moviListWritten_ = false, moviTagWritten_ = false;
     bool haveVideoStream_ = false, haveAudioStream_ = false;
+    bool videoListSupplied_ = false;
 };
 
 }  // namespace tolmi

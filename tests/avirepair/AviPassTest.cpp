@@ -284,15 +284,18 @@ TEST_F(AviRepairTest, LongChunkIsCopiedBlockByBlockWithProgressAndCancelRemovesE
 // steps, are passed over in large steps: the chunks behind them are found,
 // the chunk in front of each run is turned down as in front of any damage,
 // and the progress moves step by step without reaching 100 early.
-TEST_F(AviRepairTest, ZeroRunsInTheMediaAreSkippedLikeAnyDamage) {
+// A run of zeros an index entry long or longer vouches for the chunk in
+// front of it (the last one written, or one in front of a wiped stretch);
+// a shorter run is damage like any other.
+TEST_F(AviRepairTest, ZeroRunsInTheMediaAreSkippedAndVouchForTheChunkInFront) {
     const std::vector<Chunk> chunks = SomeChunks(4, 2);
     std::vector<uint8_t> file = BeginAviFile(VideoAndAudio());
     std::vector<Chunk> expected;
     for (size_t i = 0; i < chunks.size(); ++i) {
         AppendAviChunk(file, chunks[i].id, chunks[i].data);
-        const size_t zeros = i == 1 ? 1'500'000 : i == 3 ? 3 : i == 4 ? 100'000 : 0;
+        const size_t zeros = i == 1 ? 1'500'000 : i == 3 ? 15 : i == 4 ? 100'000 : 0;
         file.insert(file.end(), zeros, 0);
-        if (zeros == 0) expected.push_back(chunks[i]);
+        if (zeros != 15) expected.push_back(chunks[i]);
     }
     FinishAvi(file, true);
     const AviOutcome out = RepairBytes(file);

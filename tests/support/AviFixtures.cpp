@@ -140,7 +140,8 @@ std::string MakeClip(const Clip& clip) {
 }
 
 const char* DamageName(Damage damage) {
-    static const char* const kNames[] = {"Intact", "CutAtEnd", "GarbageInMovi", "HeaderZeroed", "HeadGone"};
+    static const char* const kNames[] = {"Intact",       "CutAtEnd", "GarbageInMovi",  "IndexZeroed",
+                                               "HeaderZeroed", "HeadGone", "FirstKiBZeroed", "FirstKiBGone"};
     return kNames[int(damage)];
 }
 
@@ -170,6 +171,15 @@ std::pair<std::vector<uint8_t>, Stretch> Damaged(const std::vector<uint8_t>& sou
             // RIFF, hdrl and avih gone; the first stream list starts at 88.
             bytes.erase(bytes.begin(), bytes.begin() + 80);
             break;
+        case Damage::IndexZeroed:
+            std::fill(bytes.begin() + long(idx1), bytes.end(), 0);
+            return {bytes, {idx1, UINT64_MAX}};
+        case Damage::FirstKiBZeroed:
+            std::fill(bytes.begin(), bytes.begin() + 1024, 0);
+            return {bytes, {0, 1024}};
+        case Damage::FirstKiBGone:
+            bytes.erase(bytes.begin(), bytes.begin() + 1024);
+            return {bytes, {0, 1024}};
     }
     return {bytes, {}};
 }

@@ -56,9 +56,12 @@ std::span<const Clip> AviClips();
 // The clip's path in the fixture cache, made once; empty when ffmpeg fails.
 std::string MakeClip(const Clip& clip);
 
-enum class Damage { Intact, CutAtEnd, GarbageInMovi, HeaderZeroed, HeadGone };
-inline constexpr Damage kAllDamages[] = {Damage::Intact, Damage::CutAtEnd, Damage::GarbageInMovi,
-                                         Damage::HeaderZeroed, Damage::HeadGone};
+// HeadGone loses the head up to the first stream list; FirstKiBZeroed and
+// FirstKiBGone lose the video stream list with it.
+enum class Damage { Intact, CutAtEnd, GarbageInMovi, IndexZeroed, HeaderZeroed, HeadGone, FirstKiBZeroed, FirstKiBGone };
+inline constexpr Damage kAllDamages[] = {Damage::Intact,   Damage::CutAtEnd,       Damage::GarbageInMovi,
+                                         Damage::IndexZeroed, Damage::HeaderZeroed, Damage::HeadGone,
+                                         Damage::FirstKiBZeroed, Damage::FirstKiBGone};
 const char* DamageName(Damage damage);
 
 // The damaged stretch in the source's offsets: [begin, end).

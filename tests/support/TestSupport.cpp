@@ -89,6 +89,10 @@ std::string FixtureDir() {
     return dir.string();
 }
 
+std::string RealRecordingPath(const std::string& name) {
+    return (fs::path(TOLMI_SOURCE_DIR) / ".." / "shared" / "realworld" / name).string();
+}
+
 std::string MakeFixture(const std::string& name, const std::string& ffmpegArguments) {
     if (!HaveFfmpeg()) return {};
     fs::path target = fs::path(FixtureDir()) / name;

@@ -44,5 +44,8 @@ std::string FixtureDir();
 // Safe when several test processes ask for the same fixture at once.
 // Empty when ffmpeg is missing or fails.
 std::string MakeFixture(const std::string& name, const std::string& ffmpegArguments);
+// A real camera's or phone's recording in the shared folder beside the
+// project (it may be absent: tests skip then).
+std::string RealRecordingPath(const std::string& name);
 
 }  // namespace tolmi::test
