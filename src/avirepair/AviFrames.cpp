@@ -18,8 +18,9 @@ constexpr uint64_t kOutputSizeLimit = 0xFFFFF060;
 // Header of a chunk and the size field of a header 16 bytes further on,
 // which the leftover index test reads.
 constexpr uint64_t kChunkTestSpan = 24;
-// An idx1 entry: id, flags, offset, size.
+// An idx1 entry: id, flags, offset, size; the flag of a key frame.
 constexpr size_t kIndexEntrySize = 16;
+constexpr uint32_t kKeyFrameFlag = 0x10;
 
 }  // namespace
 
@@ -91,7 +92,7 @@ void AviPass::TakeFirstChunk() {
         scanPos_ += 16;
         return;
     }
-    if (scanPos_ + padded + 8 >= fileSize_ || !NextChunkFollows(scanPos_ + 12 + padded, true)) {
+    if (scanPos_ + padded + 8 >= fileSize_ || !NextChunkFollows(scanPos_ + 12 + padded, true, size)) {
         WriteMoviTagAlone();
         scanPos_ += 1;
         return;
@@ -148,7 +149,7 @@ bool AviPass::OnChunkCode() {
     }
     // A chunk is kept only when it ends 3 bytes or more before the end of
     // the file, and something that may follow a chunk stands behind it.
-    if (scanPos_ + padded + 8 >= fileSize_ || !NextChunkFollows(scanPos_ + 6 + padded, false)) {
+    if (scanPos_ + padded + 8 >= fileSize_ || !NextChunkFollows(scanPos_ + 6 + padded, false, size)) {
         scanPos_ += 1;
         return true;
     }
@@ -166,12 +167,15 @@ bool AviPass::LeftoverIndexEntry(uint64_t headerIndex) {
     return AviWordAt(window(), headerIndex + 4) == 16 && AviWordAt(window(), headerIndex + 20) == 16;
 }
 
-bool AviPass::NextChunkFollows(uint64_t position, bool firstChunk) {
+bool AviPass::NextChunkFollows(uint64_t position, bool firstChunk, uint32_t declaredSize) {
     const bool inWindow = position >= windowStart_ && position - windowStart_ + 4 <= kAviWindowSize;
     const uint32_t id = inWindow ? AviWordAt(window(), position - windowStart_) : InputWordAt(position);
-    // A chunk followed by zeros is the last one written before a crash, or
-    // stands in front of an index that was wiped.
-    return NextChunkIdAccepted(id, firstChunk, !inWindow) || (id == 0 && ZerosFollow(position));
+    // A chunk with data followed by zeros is the last one written before a
+    // crash, or stands in front of an index that was wiped. An id followed
+    // by zeros alone is no chunk (stream indexes hold such ids), nor is the
+    // last entry of an old idx1, whose key frame flag stands where a size would.
+    const bool mayBeVouched = declaredSize > 0 && declaredSize != kKeyFrameFlag;
+    return NextChunkIdAccepted(id, firstChunk, !inWindow) || (id == 0 && mayBeVouched && ZerosFollow(position));
 }
 
 bool AviPass::ZerosFollow(uint64_t position) const {
@@ -192,7 +196,7 @@ void AviPass::KeepChunk(uint64_t headerIndex, uint32_t declaredSize) {
     }
     ByteWriter writer(pendingIndex_);
     writer.u32le(AviWordAt(w, headerIndex));
-    writer.u32le(0x10);  // AVIIF_KEYFRAME, for every chunk
+    writer.u32le(kKeyFrameFlag);  // every chunk
     writer.u32le(indexOffset_);
     writer.u32le(declaredSize);
     if (pendingIndex_.size() >= kIndexWriteSize) FlushIndex();

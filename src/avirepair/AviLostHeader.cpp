@@ -60,8 +60,9 @@ std::optional<LostVideoStream> AviPass::FindVideoFrameAhead(uint64_t position) c
 }
 
 void AviPass::PassOverChunk() {
-    const uint64_t padded = PaddedSize(InputWordAt(scanPos_ + 2));
-    const bool whole = scanPos_ + padded + 8 < fileSize_ && NextChunkFollows(scanPos_ + 6 + padded, false);
+    const uint32_t size = InputWordAt(scanPos_ + 2);
+    const uint64_t padded = PaddedSize(size);
+    const bool whole = scanPos_ + padded + 8 < fileSize_ && NextChunkFollows(scanPos_ + 6 + padded, false, size);
     scanPos_ += whole ? padded + 6 : 1;
 }
 

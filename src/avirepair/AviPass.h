@@ -96,7 +96,7 @@ private:
     // The test made where the next chunk's id is due. An id beyond the
     // window is looked up in the input itself, so that a chunk it confirms
     // is taken in the same round.
-    bool NextChunkFollows(uint64_t position, bool firstChunk);
+    bool NextChunkFollows(uint64_t position, bool firstChunk, uint32_t declaredSize);
     // True when zeros stand from position for an index entry's length, or to the end.
     bool ZerosFollow(uint64_t position) const;
     // Counts the chunk whose header stands at headerIndex, writes its idx1
