@@ -189,16 +189,20 @@ std::vector<Scenario> Scenarios() {
              Release(run);
          },
          {}, JobState::Finished, {}},
-        {"CloseDuringAJob", Input::MovWithItsMovie, {}, {},
+        {"CloseAndHomeDuringAJob", Input::MovWithItsMovie, {}, {},
          [](Run& run) {
+             // The close button, the window manager's close, the header's Home and the logo.
              run.h.click("closeButton");
+             run.h.frame().close();
+             run.h.click("homeHeaderButton");
+             run.h.click("logo");
              QVERIFY(run.h.frame().isVisible());
              QCOMPARE(Session().State(), JobState::Running);
-             run.h.frame().close();  // the window manager's close
-             QCOMPARE(Session().State(), JobState::Running);
+             QCOMPARE(run.exitCode, -1);
              Release(run);
          },
-         {}, JobState::Finished, {"IDS_REPAIR_PROCESSING", "IDS_REPAIR_PROCESSING"}},
+         {}, JobState::Finished, {"IDS_REPAIR_PROCESSING", "IDS_REPAIR_PROCESSING", "IDS_REPAIR_PROCESSING",
+                                  "IDS_REPAIR_PROCESSING"}},
         {"CancelDuringASave", Input::MovWithItsMovie, {"yesButton"}, {}, Release,
          [](Run& run) {
              std::atomic<bool> held{false};
@@ -206,6 +210,8 @@ std::vector<Scenario> Scenarios() {
              Save(run, "saved.mov");
              QTRY_VERIFY_WITH_TIMEOUT(held && run.shownPercent() > 0, HangLimitMs(10));
              Screenshot(run.h.frame(), "job_saving");
+             run.h.click("homeHeaderButton");  // says nothing, changes nothing
+             QCOMPARE(Session().State(), JobState::Saving);
              run.h.click("cancelButton");
              QTRY_COMPARE_WITH_TIMEOUT(Session().State(), JobState::Finished, HangLimitMs(10));
              OverrideFileMover(nullptr);

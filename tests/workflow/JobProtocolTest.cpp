@@ -116,6 +116,8 @@ struct WhileItRuns {
     bool saving, pausedBefore;
     const char* message;  // nullptr: no message at all
 };
+void PrintTo(const WhileItRuns& row, std::ostream* out) { *out << row.name; }
+
 
 class WhileItRunsTest : public JobProtocolTest, public ::testing::WithParamInterface<WhileItRuns> {};
 

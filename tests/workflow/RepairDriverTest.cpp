@@ -119,6 +119,8 @@ struct StoppedPass {
     const char* name;
     bool withReference;  // else the first pass, which would ask for one
 };
+void PrintTo(const StoppedPass& row, std::ostream* out) { *out << row.name; }
+
 
 class StoppedPassTest : public RepairDriverTest, public ::testing::WithParamInterface<StoppedPass> {};
 

@@ -77,6 +77,8 @@ struct SaveEnd {
     AtTarget atTarget;
     bool resultKept;
 };
+void PrintTo(const SaveEnd& row, std::ostream* out) { *out << row.name; }
+
 
 class SaveEndTest : public SaveFlowTest, public ::testing::WithParamInterface<SaveEnd> {
 protected:
