@@ -1,15 +1,20 @@
 #include "app/CMainFrame.h"
 
 #include <QCloseEvent>
+#include <QDesktopServices>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
+#include <QTimer>
+#include <QUrl>
 #include <QWindow>
 
 #include "app/CButtonST.h"
 #include "app/CHyperLink.h"
 #include "app/CMessageDlg.h"
+#include "app/CSavePage.h"
 #include "app/CXBottomSection.h"
 #include "app/CXCmdBtn.h"
 #include "app/CXContainer.h"
@@ -30,6 +35,7 @@ using look::Ltrb;
 
 constexpr QSize kNormalSize{1025, 585};
 constexpr int kHeaderHeight = 70, kEdgeGrip = 6;
+constexpr int kWorkerEndingPollMs = 20, kIdleAfterSaveMs = 1000;
 
 QString Text(const std::string& key) { return QString::fromStdString(LoadText(key)); }
 
@@ -47,7 +53,9 @@ CMainFrame::CMainFrame()
       help_(headerButton("helpButton", Art::Help, "Help")),
       home_(headerButton("homeHeaderButton", Art::Home, "Home")),
       logo_(new CButtonST(this, DrawArt(Art::Logo, false, devicePixelRatioF()),
-                          DrawArt(Art::Logo, false, devicePixelRatioF()), QString())) {
+                          DrawArt(Art::Logo, false, devicePixelRatioF()), QString())),
+      openFolder_([](const QString& folder) { QDesktopServices::openUrl(QUrl::fromLocalFile(folder)); }),
+      exit_([](int code) { QCoreApplication::exit(code); }) {
     setWindowTitle("Tolmi Video Repair Software");
     setObjectName("mainFrame");
     setMouseTracking(true);
@@ -101,7 +109,7 @@ void CMainFrame::connectCommands() {
         bottom_->stopClock();
         goHome();
     });
-    on(b->save, [this] { emit saveRequested(); });
+    on(b->save, [this] { onSave(); });
     on(b->preview, [this] { emit previewRequested(); });
     connect(b->reportLink, &CHyperLink::activated, this, &CMainFrame::reportRequested);
     connect(b, &CXBottomSection::clockTicked, this, &CMainFrame::showClock);
@@ -129,7 +137,7 @@ void CMainFrame::refresh() {
 
 void CMainFrame::pickCorrupted() {
     Session().corruptedPath.clear();
-    const QString path = picker_(this, FilePick::Corrupted);
+    const QString path = picker_(this, FilePick::Corrupted, {});
     if (path.isEmpty()) {
         goHome();
         return;
@@ -140,7 +148,7 @@ void CMainFrame::pickCorrupted() {
 
 // A dismissed dialog takes a chosen reference back.
 void CMainFrame::pickReference() {
-    pickReferenceFile(picker_(this, FilePick::Reference).toStdString());
+    pickReferenceFile(picker_(this, FilePick::Reference, {}).toStdString());
     refresh();
 }
 
@@ -172,35 +180,16 @@ void CMainFrame::showClock() {
         container_->setTimes(QString::fromStdString(s.startText), QString::fromStdString(s.elapsedText));
 }
 
-void CMainFrame::tellJobRuns(const char* jobKey, const char* saveKey) {
-    RepairSession& s = Session();
-    const bool saving = s.repairing == 0;
-    const bool held = s.paused != 1;
-    if (held) {
-        if (saving) {
-            s.pauseStart = s.Now();
-            s.paused = 1;
-        } else {
-            togglePause();
-        }
-    }
-    showMessage(kInformation, saving ? saveKey : jobKey, "IDS_INFORMATION");
-    if (held) {
-        if (saving) s.paused = 0;
-        else togglePause();
-    }
-    refresh();
-}
-
 void CMainFrame::goHome() {
-    RepairSession& s = Session();
-    if (s.saving) return;
-    if (s.repairing) {
-        tellJobRuns("IDS_REPAIR_PROCESSING", "IDS_REPAIR_PROCESSING");
-        return;
+    switch (requestHome()) {
+        case HomeAnswer::SaveRuns: return;
+        case HomeAnswer::WorkerEnding:
+            // The worker's last steps still use the job's files: come back when it has returned.
+            QTimer::singleShot(kWorkerEndingPollMs, this, &CMainFrame::goHome);
+            return;
+        case HomeAnswer::JobRuns:
+        case HomeAnswer::Idle: refresh();
     }
-    returnToIdle();
-    refresh();
 }
 
 void CMainFrame::showResult() {
@@ -241,16 +230,50 @@ void CMainFrame::onAviProgress() {
 }
 
 void CMainFrame::requestClose() {
-    RepairSession& s = Session();
-    if (s.repairing || s.saving) {
-        tellJobRuns("IDS_REPAIR_PROCESSING", "IDS_SAVE_PROCESSING");
+    if (!confirmClose()) {
+        refresh();
         return;
     }
-    showMessage(kCloseConfirmation, "IDS_CLOSE_DLG_MSG ", "IDS_CONFIRMATION");
-    if (s.lastAnswer != 1) return;
-    returnToIdle();
+    // A worker that has not yet returned still holds the job's files.
     waitForWorker();
-    QCoreApplication::exit(0);
+    returnToIdle();
+    exit_(0);
+}
+
+void CMainFrame::onSave() {
+    RepairSession& s = Session();
+    const bool movJob = s.isMovJob == 1;
+    const QString proposed = QString::fromStdString(ProposedSaveName(s.Now(), movJob));
+    const QString target = picker_(this, movJob ? FilePick::SaveMov : FilePick::SaveAvi, proposed);
+    // The dialog has asked before it answers with an existing file.
+    if (target.isEmpty() || prepareSave(target.toStdString(), true)) {
+        refresh();
+        return;
+    }
+    container_->resetProgress(Text("IDS_PLEASE_WAIT_SAVING"));
+    refresh();
+    savePage_ = new CSavePage(this);
+    connect(savePage_, &CSavePage::percentChanged, this, [this](int percent) {
+        container_->bar->SetPos(percent);
+        container_->setPercentText(QString::number(percent) + '%');
+    });
+    connect(savePage_, &CSavePage::ended, this, &CMainFrame::onSaveEnded);
+}
+
+// A saved file's folder is opened, and the idle page follows a second
+// later; a save that did not end so leaves the result to be saved again.
+void CMainFrame::onSaveEnded(SaveOutcome outcome) {
+    savePage_->deleteLater();
+    savePage_ = nullptr;
+    if (outcome != SaveOutcome::Saved) {
+        refresh();
+        return;
+    }
+    openFolder_(QFileInfo(QString::fromStdString(Session().saveTargetPath)).absolutePath());
+    QTimer::singleShot(kIdleAfterSaveMs, this, [this] {
+        bottom_->stopClock();
+        goHome();
+    });
 }
 
 void CMainFrame::closeEvent(QCloseEvent* event) {

@@ -6,15 +6,18 @@
 // to the idle page and the close protocol.
 
 #include <QWidget>
+#include <functional>
 
 #include "app/Artwork.h"
 #include "app/FilePicker.h"
 #include "app/ScreenModel.h"
+#include "workflow/SaveFlow.h"
 #include "workflow/WorkflowUi.h"
 
 namespace tolmi {
 
 class CButtonST;
+class CSavePage;
 class CXBottomSection;
 class CXContainer;
 class CXTopSection;
@@ -25,6 +28,10 @@ public:
     CMainFrame();
 
     void setFilePicker(FilePicker picker) { picker_ = std::move(picker); }
+    // What opens the folder of a saved file, and what ends the program;
+    // tests put their own in place.
+    void setFolderOpener(std::function<void(const QString& folder)> opener) { openFolder_ = std::move(opener); }
+    void setExit(std::function<void(int code)> exit) { exit_ = std::move(exit); }
 
     // Shows what the job's state asks for, in all three sections.
     void refresh();
@@ -42,6 +49,8 @@ public:
 
     // Close: asks when no job runs, else tells that one runs.
     void requestClose();
+    // The Save command: the save dialog, then the save page and its thread.
+    void onSave();
     void toggleMaximized();
 
     CXTopSection* top() const { return top_; }
@@ -53,7 +62,6 @@ signals:
     // preview and the problem report.
     void menuRequested(QWidget* button);
     void helpRequested(QWidget* button);
-    void saveRequested();
     void previewRequested();
     void reportRequested();
 
@@ -70,8 +78,7 @@ private:
     void pickCorrupted();
     void pickReference();
     void showClock();
-    // Holds a running job (or save) while a dialog tells the user about it.
-    void tellJobRuns(const char* jobKey, const char* saveKey);
+    void onSaveEnded(SaveOutcome outcome);
     Qt::Edges edgesAt(QPoint point) const;
 
     CXTopSection* top_;
@@ -80,6 +87,9 @@ private:
     CButtonST *close_, *maximize_, *minimize_, *menu_, *help_, *home_, *logo_;
     ControlMap controls_;
     FilePicker picker_ = PickWithFileDialog;
+    std::function<void(const QString&)> openFolder_;
+    std::function<void(int)> exit_;
+    CSavePage* savePage_ = nullptr;
     bool maximized_ = false;
 };
 

@@ -1,6 +1,8 @@
 #pragma once
-// The two open dialogs of a job, behind one replaceable function so that
-// tests can pick files without a dialog.
+// The file dialogs of a job, behind one replaceable function so that tests
+// can pick files without a dialog: the two open dialogs, and the save
+// dialog with its proposed name, which has asked before it answers with
+// an existing file.
 
 #include <QString>
 #include <functional>
@@ -9,11 +11,12 @@ class QWidget;
 
 namespace tolmi {
 
-enum class FilePick { Corrupted, Reference };
+enum class FilePick { Corrupted, Reference, SaveMov, SaveAvi };
 
 // The chosen file's full path; empty when the dialog was dismissed.
-using FilePicker = std::function<QString(QWidget* parent, FilePick pick)>;
+// proposedName is the save dialog's name to start with.
+using FilePicker = std::function<QString(QWidget* parent, FilePick pick, const QString& proposedName)>;
 
-QString PickWithFileDialog(QWidget* parent, FilePick pick);
+QString PickWithFileDialog(QWidget* parent, FilePick pick, const QString& proposedName);
 
 }  // namespace tolmi

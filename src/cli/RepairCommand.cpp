@@ -203,7 +203,13 @@ int SaveAndReport(ConsoleUi& ui, const Options& options, const std::string& targ
         PrintProperties(ui, options, target, rows, found);
         return kExitRepaired;
     }
-    // A result that was not saved leaves nothing in "$tmp" either.
+    if (saved == SaveOutcome::Failed) {
+        // A result that could not be moved is never thrown away.
+        ui.sayError("The repaired file could not be moved to " + target + "; it is kept at " +
+                    Session().saveSourcePath + " until the next repair.");
+        return kExitUnrepairable;
+    }
+    // A result the user chose not to save leaves nothing in "$tmp".
     returnToIdle();
     switch (saved) {
         case SaveOutcome::TargetExists:
@@ -211,9 +217,7 @@ int SaveAndReport(ConsoleUi& ui, const Options& options, const std::string& targ
             return kExitUsage;
         case SaveOutcome::NoDiskSpace: return kExitCannotOpen;
         case SaveOutcome::Cancelled: return kExitCancelled;
-        default:
-            ui.sayError("The repaired file could not be moved to " + target + ".");
-            return kExitUnrepairable;
+        default: return kExitUnrepairable;
     }
 }
 

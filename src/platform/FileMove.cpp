@@ -13,7 +13,9 @@ namespace {
 
 constexpr size_t kCopyBlock = 4 << 20;
 
-MoveResult CopyThenDelete(const std::string& source, const std::string& target, const MoveProgress& progress) {
+}  // namespace
+
+MoveResult CopyFileWithProgress(const std::string& source, const std::string& target, const MoveProgress& progress) {
     File in(source, FileAccess::Read, FileCreation::OpenExisting);
     if (!in.isOpen()) return MoveResult::Failed;
     File out;
@@ -44,8 +46,6 @@ MoveResult CopyThenDelete(const std::string& source, const std::string& target, 
     return MoveResult::Moved;
 }
 
-}  // namespace
-
 MoveResult MoveFileWithProgress(const std::string& source, const std::string& target,
                                 const MoveProgress& progress) {
     const uint64_t total = File(source, FileAccess::Read, FileCreation::OpenExisting).size().value_or(0);
@@ -55,8 +55,12 @@ MoveResult MoveFileWithProgress(const std::string& source, const std::string& ta
         return MoveResult::Moved;
     }
     if (errno == EEXIST) return MoveResult::TargetExists;
-    if (errno == EXDEV || errno == EINVAL || errno == ENOSYS) return CopyThenDelete(source, target, progress);
+    if (errno == EXDEV || errno == EINVAL || errno == ENOSYS) return CopyFileWithProgress(source, target, progress);
     return MoveResult::Failed;
+}
+
+bool ReplaceFileInOneStep(const std::string& from, const std::string& to) {
+    return ::rename(from.c_str(), to.c_str()) == 0;
 }
 
 }  // namespace tolmi

@@ -18,4 +18,13 @@ using MoveProgress = std::function<bool(uint64_t total, uint64_t moved)>;
 MoveResult MoveFileWithProgress(const std::string& source, const std::string& target,
                                 const MoveProgress& progress);
 
+// The move across file systems: the bytes are copied in blocks, with
+// progress before each, and the source goes once the copy is whole.
+MoveResult CopyFileWithProgress(const std::string& source, const std::string& target,
+                                const MoveProgress& progress);
+
+// Puts the file at `from` in the place of `to` in one step, replacing what
+// stood there; both lie on the same file system.
+bool ReplaceFileInOneStep(const std::string& from, const std::string& to);
+
 }  // namespace tolmi

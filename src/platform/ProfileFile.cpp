@@ -29,21 +29,9 @@ std::string StripLineEnd(std::string line) {
     return line;
 }
 
-// File names of settings and language files are matched without regard to
-// case, as users and the language menu write them ("French.INI").
-std::string FindIgnoringCase(const std::string& path) {
-    std::error_code error;
-    if (std::filesystem::exists(path, error)) return path;
-    std::filesystem::path wanted(path);
-    std::string name = wanted.filename().string();
-    for (const auto& entry : std::filesystem::directory_iterator(wanted.parent_path(), error))
-        if (EqualNoCase(entry.path().filename().string(), name)) return entry.path().string();
-    return path;
-}
-
 std::vector<std::string> ReadLines(const std::string& path) {
     std::vector<std::string> lines;
-    std::ifstream in(FindIgnoringCase(path), std::ios::binary);
+    std::ifstream in(FindFileIgnoringCase(path), std::ios::binary);
     std::string line;
     while (std::getline(in, line)) lines.push_back(StripLineEnd(line));
     // A byte order mark in front of the first line is not part of it.
@@ -86,6 +74,18 @@ std::string CutToCharacters(const std::string& text, size_t maxChars) {
 }
 
 }  // namespace
+
+// File names of settings and language files are matched without regard to
+// case, as users and the language menu write them ("French.INI").
+std::string FindFileIgnoringCase(const std::string& path) {
+    std::error_code error;
+    if (std::filesystem::exists(path, error)) return path;
+    std::filesystem::path wanted(path);
+    std::string name = wanted.filename().string();
+    for (const auto& entry : std::filesystem::directory_iterator(wanted.parent_path(), error))
+        if (EqualNoCase(entry.path().filename().string(), name)) return entry.path().string();
+    return path;
+}
 
 std::string ReadProfileString(const std::string& path, const std::string& section, const std::string& key,
                               size_t maxChars) {

@@ -18,4 +18,8 @@ std::string ReadProfileString(const std::string& path, const std::string& sectio
 bool WriteProfileString(const std::string& path, const std::string& section, const std::string& key,
                         const std::string& value);
 
+// The file at path, or the one in its folder whose name differs only in the
+// case of its letters; path itself when neither is there.
+std::string FindFileIgnoringCase(const std::string& path);
+
 }  // namespace tolmi

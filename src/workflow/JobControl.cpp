@@ -61,11 +61,27 @@ void togglePause() {
     s.paused = 1;
 }
 
-void cancelJob() {
+namespace {
+
+void askToCancel() {
+    Session().Ui().showMessage(kCancelConfirmation, "IDS_CANCEL_DLG_MSG ", "IDS_CONFIRMATION", DialogButtons::YesNo);
+}
+
+// The save is held between two steps of its move while the question is
+// open; on Yes its next step ends the move, and the save thread tells the
+// user and removes what it had written.
+void cancelSave() {
     RepairSession& s = Session();
-    if (s.repairing != 1) return;
+    togglePause();
+    askToCancel();
+    s.paused = 0;
+    if (s.lastAnswer == 1) s.saveAllowed.exchange(0);
+}
+
+void cancelRepair() {
+    RepairSession& s = Session();
     if (s.paused != 1) togglePause();
-    s.Ui().showMessage(kCancelConfirmation, "IDS_CANCEL_DLG_MSG ", "IDS_CONFIRMATION", DialogButtons::YesNo);
+    askToCancel();
     if (s.lastAnswer != 1 || s.percent >= 99) {
         s.paused = 1;
         togglePause();
@@ -74,7 +90,7 @@ void cancelJob() {
     if (s.isMovJob) s.jobLive = 0;
     else s.aviRunAllowed = 0;
     // Threads cannot be suspended here: the worker is told to stop instead,
-    // and leaves by its way out without a result.
+    // and leaves without a word; the return to idle waits until it has.
     s.stopRequested = 1;
     s.workerThread = 0;
     sleepMs(500);
@@ -87,6 +103,44 @@ void cancelJob() {
     s.Ui().goHome();
 }
 
+// Holds a running job or save while a message tells the user about it;
+// one the user had paused stays paused.
+void tellItRuns(const char* textKey) {
+    RepairSession& s = Session();
+    const bool held = s.paused != 1;
+    if (held) togglePause();
+    s.Ui().showMessage(kInformation, textKey, "IDS_INFORMATION", DialogButtons::Ok);
+    if (held) togglePause();
+}
+
+}  // namespace
+
+void cancelJob() {
+    RepairSession& s = Session();
+    if (s.repairing == 1) cancelRepair();
+    else if (s.saving == 1) cancelSave();
+}
+
+HomeAnswer requestHome() {
+    RepairSession& s = Session();
+    if (s.saving == 1) return HomeAnswer::SaveRuns;
+    if (s.repairing == 1) {
+        tellItRuns("IDS_REPAIR_PROCESSING");
+        return HomeAnswer::JobRuns;
+    }
+    return returnToIdle() ? HomeAnswer::Idle : HomeAnswer::WorkerEnding;
+}
+
+bool confirmClose() {
+    RepairSession& s = Session();
+    if (s.repairing == 1 || s.saving == 1) {
+        tellItRuns(s.repairing == 1 ? "IDS_REPAIR_PROCESSING" : "IDS_SAVE_PROCESSING");
+        return false;
+    }
+    s.Ui().showMessage(kCloseConfirmation, "IDS_CLOSE_DLG_MSG ", "IDS_CONFIRMATION", DialogButtons::YesNo);
+    return s.lastAnswer == 1;
+}
+
 void finishJob() {
     RepairSession& s = Session();
     s.finishedJobs.fetch_add(1);
@@ -97,9 +151,9 @@ void finishJob() {
     s.workerThread = 0;
 }
 
-void returnToIdle() {
+bool returnToIdle() {
     RepairSession& s = Session();
-    if (s.saving == 1) return;
+    if (s.saving == 1 || s.repairing == 1 || s.workerAlive == 1) return false;
     s.previewRunning = 0;
     s.showWelcome = 1;
     for (File* file : {&s.aviInputFile, &s.aviOutputFile, &s.aviIndexFile, &s.aviImageFile}) file->close();
@@ -119,6 +173,7 @@ void returnToIdle() {
     for (Flag* flag : {&s.isMovJob, &s.isAviJob, &s.repairing, &s.savePageActive, &s.jobLive,
                        &s.awaitingReference, &s.finishedJobs})
         flag->store(0);
+    return true;
 }
 
 void pickCorruptedFile(const std::string& path) {

@@ -37,8 +37,9 @@ void WriteSetting(const std::string& key, const std::string& value) {
     WriteProfileString(Language().settingsPath, kProfileSection, key, value);
 }
 
-std::string LanguageFilePath(const std::string& name, const char* extension) {
-    return JoinPath(JoinPath(Language().moduleDir, "lg"), name + extension);
+// The language file of that name in "lg", whatever the case of its letters.
+std::string LanguageFilePath(const std::string& name) {
+    return FindFileIgnoringCase(JoinPath(JoinPath(Language().moduleDir, "lg"), name + ".ini"));
 }
 
 void ReplaceAll(std::string& text, const std::string& from, const std::string& to) {
@@ -69,7 +70,7 @@ void FallBackToDefault() {
     if (strcasecmp(fallback.c_str(), state.languageNames.c_str()) == 0)
         WriteSetting("IDS_LANGUAGE_ABR", state.languageAbbreviations);
     state.languageName = fallback;
-    state.languagePath = LanguageFilePath(fallback, ".ini");
+    state.languagePath = LanguageFilePath(fallback);
     ReadLanguageList();
 }
 
@@ -91,7 +92,7 @@ void loadLanguage(uint32_t uiLanguage) {
         RecordFirstStart(uiLanguage);
         name = ReadSetting("IDS_LANGUAGE", 99);
     }
-    state.languagePath = LanguageFilePath(name, ".ini");
+    state.languagePath = LanguageFilePath(name);
     state.languageName = name;
     ReplaceAll(state.languagePath, "English", "eng");
     ReplaceAll(state.languageName, "English", "eng");
@@ -113,7 +114,7 @@ void onLanguageCommand(int id) {
     int current = std::atoi(ReadSetting("IDS_LANGUAGE").c_str());
     int chosen = id - 40043;
     if (chosen == current) return;
-    Language().languagePath = LanguageFilePath(kFiles[chosen], ".INI");
+    Language().languagePath = LanguageFilePath(kFiles[chosen]);
     WriteSetting("IDS_LANGUAGE", std::to_string(chosen));
 }
 

@@ -1,6 +1,5 @@
 #include "workflow/RepairDriver.h"
 
-#include <chrono>
 #include <cstdio>
 #include <memory>
 #include <mutex>
@@ -34,16 +33,20 @@ void startWorker() {
     std::lock_guard guard(workerLock);
     if (worker.joinable()) worker.join();
     Session().workerThread = 1;
-    worker = std::thread(repairWorker);
+    Session().workerAlive = 1;
+    worker = std::thread([] {
+        MarkWorkerThread();
+        repairWorker();
+        Session().workerAlive = 0;
+    });
 }
 
-// The way out of a job that gave no result. A Yes still standing belongs to
-// the cancel question of this job: wait until its flow has shown its own
-// message, then return to idle.
+// The way out of a job that gave no result. A job stopped by the cancel
+// leaves the screen and the return to idle to the cancel, so that the
+// user sees the abort once and goes home once.
 void exitWithoutResult() {
     RepairSession& s = Session();
-    using namespace std::chrono_literals;
-    while (s.lastAnswer == 1 && s.repairing == 1) std::this_thread::sleep_for(100ms);
+    if (s.stopRequested) return;
     s.repairing = 0;
     s.Ui().goHome();
 }
@@ -68,6 +71,7 @@ int movBranch() {
     s.engine = engine;
     s.Ui().showStatus("Analyzing video file...");
     file->ScanFile(s.scanPath);
+    if (s.stopRequested) return 0;
 
     if (!file->movie) {
         s.referenceFile.reset();

@@ -23,6 +23,14 @@ public:
     void onAviProgress() override {}
 };
 
+// The screen of a stopped worker: not even the answer of a dialog changes.
+class MuteUi : public SilentUi {
+public:
+    void showMessage(int, const std::string&, const std::string&, DialogButtons) override {}
+};
+
+thread_local bool onWorkerThread = false;
+
 }  // namespace
 
 const char* JobStateName(JobState state) {
@@ -45,7 +53,7 @@ RepairSession::RepairSession() = default;
 void RepairSession::reset() {
     for (Flag* flag : {&isMovJob, &isAviJob, &aviRunAllowed, &repairing, &stopRequested, &paused, &messageKind,
                        &lastAnswer, &jobFailed, &jobLive, &workerThread, &previewRunning, &savePageActive,
-                       &saving, &saveClockRunning, &finishedJobs, &awaitingReference, &percent, &aviPercent,
+                       &saving, &saveClockRunning, &finishedJobs, &awaitingReference, &workerAlive, &percent, &aviPercent,
                        &shownAviPercent, &progressResetPending, &parsedTrackCount, &timerId, &pauseFolded, &saveThread,
                        &saveAllowed, &savePercent, &shownSavePercent})
         flag->store(0);
@@ -72,8 +80,12 @@ void RepairSession::reset() {
 
 WorkflowUi& RepairSession::Ui() {
     static SilentUi silent;
+    static MuteUi mute;
+    if (onWorkerThread && stopRequested) return mute;
     return ui ? *ui : silent;
 }
+
+void MarkWorkerThread() { onWorkerThread = true; }
 
 int64_t RepairSession::Now() const {
     if (clock) return clock();

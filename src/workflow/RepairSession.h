@@ -63,6 +63,7 @@ struct RepairSession {
     Flag saveClockRunning{0};
     Flag finishedJobs{0};
     Flag awaitingReference{0};  // the prompt for a reference stands (first pass found no movie)
+    Flag workerAlive{0};        // the worker thread has not yet returned
 
     // Objects and paths.
     std::shared_ptr<RepairEngine> engine;
@@ -103,7 +104,9 @@ struct RepairSession {
     std::string saveTargetPath, saveSourcePath;
     File saveTargetHandle;
 
-    // The front end that shows this job; a silent one until a front end is set.
+    // The front end that shows this job; a silent one until a front end is
+    // set. A worker that has been told to stop reaches a mute one: whatever
+    // it still meets on its way out, the screen belongs to the cancel.
     WorkflowUi* ui = nullptr;
     WorkflowUi& Ui();
 
@@ -117,6 +120,9 @@ struct RepairSession {
 
 // The process-wide record.
 RepairSession& Session();
+
+// Marks the calling thread as the repair worker (see Ui()).
+void MarkWorkerThread();
 
 // The pause point of the engines: while the job is paused, sleep and look
 // again; true when the job should stop (stopRequested raised).

@@ -1,7 +1,9 @@
 #include "WindowHarness.h"
 
 #include <QDir>
+#include <chrono>
 #include <filesystem>
+#include <thread>
 
 #include "app/Application.h"
 #include "platform/Environment.h"
@@ -20,14 +22,30 @@ WindowHarness::WindowHarness() {
     loadLanguage(0x409);
     Session().reset();
     frame_ = std::make_unique<CMainFrame>();
-    ui_ = std::make_unique<QtWorkflowUi>(*frame_);
+    ui_ = std::make_unique<HeldUi>(*frame_);
     Session().ui = ui_.get();
-    frame_->setFilePicker([this](QWidget*, FilePick) { return picks_.isEmpty() ? QString() : picks_.takeFirst(); });
+    frame_->setFilePicker([this](QWidget*, FilePick, const QString&) { return picks_.isEmpty() ? QString() : picks_.takeFirst(); });
     frame_->show();
     QVERIFY(QTest::qWaitForWindowExposed(frame_.get()));
 }
 
+void WindowHarness::HeldUi::holdAtFigure(int figure) {
+    while (figure >= holdAt && figure < 100 && !Session().stopRequested)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+}
+
+void WindowHarness::HeldUi::setProgress(int percent) {
+    QtWorkflowUi::setProgress(percent);
+    holdAtFigure(percent);
+}
+
+void WindowHarness::HeldUi::onAviProgress() {
+    QtWorkflowUi::onAviProgress();
+    holdAtFigure(Session().aviPercent);
+}
+
 WindowHarness::~WindowHarness() {
+    release();
     // A worker may still hand calls to the window: let them arrive first.
     waitForWorker();
     QCoreApplication::processEvents();

@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QString>
 #include <QtTest>
+#include <atomic>
 #include <functional>
 #include <memory>
 
@@ -25,6 +26,10 @@ public:
     const TempDir& dir() const { return dir_; }
     // The next file dialogs answer with these paths, in order ("" dismisses).
     void pickNext(const QString& path) { picks_.append(path); }
+    // The worker stops in its progress call, as on a slow disk, once the
+    // job reaches that percent, until release(); the screen stays free.
+    void holdWorkerAt(int percent) { ui_->holdAt = percent; }
+    void release() { ui_->holdAt = 101; }
     // Clicks the visible, enabled control of that object name.
     void click(const char* objectName);
     template <typename T = QWidget>
@@ -35,7 +40,15 @@ public:
 private:
     TempDir dir_;
     std::unique_ptr<CMainFrame> frame_;
-    std::unique_ptr<QtWorkflowUi> ui_;
+    // The window's WorkflowUi with a worker that can be held at a percent.
+    struct HeldUi : QtWorkflowUi {
+        using QtWorkflowUi::QtWorkflowUi;
+        void setProgress(int percent) override;
+        void onAviProgress() override;
+        void holdAtFigure(int figure);
+        std::atomic<int> holdAt{101};
+    };
+    std::unique_ptr<HeldUi> ui_;
     QStringList picks_;
 };
 

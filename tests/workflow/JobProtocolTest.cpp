@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "ScriptedUi.h"
+#include "TestSupport.h"
+#include "platform/File.h"
 #include "workflow/JobClock.h"
 #include "workflow/JobControl.h"
 #include "workflow/RepairSession.h"
@@ -104,6 +106,64 @@ TEST_F(JobProtocolTest, AnAviJobCanBeCancelledAtAnyPercentAndWithoutAJobCancelDo
     cancelJob();
     EXPECT_EQ(Session().aviRunAllowed, 0);
     EXPECT_EQ(Session().repairing, 0);
+}
+
+// Home and Close while a job or a save runs: the work is held while the
+// user reads the message, goes on afterwards, and keeps its files.
+struct WhileItRuns {
+    const char* name;
+    bool close;  // else Home
+    bool saving, pausedBefore;
+    const char* message;  // nullptr: no message at all
+};
+void PrintTo(const WhileItRuns& row, std::ostream* out) { *out << row.name; }
+
+
+class WhileItRunsTest : public JobProtocolTest, public ::testing::WithParamInterface<WhileItRuns> {};
+
+TEST_P(WhileItRunsTest, HoldsTellsAndGoesOn) {
+    const WhileItRuns& row = GetParam();
+    test::TempDir dir;
+    startRunning();
+    Session().tempOutputPath = dir.file("Repaired.mov");
+    test::WriteAll(Session().tempOutputPath, {1, 2, 3});
+    if (row.saving) {
+        Session().repairing = 0;
+        Session().saving = 1;
+    }
+    if (row.pausedBefore) togglePause();
+    int pausedDuringMessage = -1;
+    ui.onCall("showMessage", [&] { pausedDuringMessage = Session().paused; });
+    if (row.close) EXPECT_FALSE(confirmClose());
+    else EXPECT_EQ(requestHome(), row.saving ? HomeAnswer::SaveRuns : HomeAnswer::JobRuns);
+
+    if (row.message) {
+        EXPECT_TRUE(ui.called(std::string("showMessage 4 ") + row.message + " IDS_INFORMATION"));
+        EXPECT_EQ(pausedDuringMessage, 1);
+    } else {
+        EXPECT_TRUE(ui.calls().empty());
+    }
+    EXPECT_EQ(Session().paused, row.pausedBefore ? 1 : 0);
+    EXPECT_EQ(Session().State(), row.saving ? JobState::Saving : row.pausedBefore ? JobState::Paused : JobState::Running);
+    EXPECT_TRUE(FileExists(Session().tempOutputPath));
+    EXPECT_FALSE(returnToIdle()) << "nothing is given up while it runs";
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Commands, WhileItRunsTest,
+    ::testing::Values(WhileItRuns{"HomeDuringAJob", false, false, false, "IDS_REPAIR_PROCESSING"},
+                      WhileItRuns{"HomeDuringAPausedJob", false, false, true, "IDS_REPAIR_PROCESSING"},
+                      WhileItRuns{"HomeDuringASave", false, true, false, nullptr},
+                      WhileItRuns{"CloseDuringAJob", true, false, false, "IDS_REPAIR_PROCESSING"},
+                      WhileItRuns{"CloseDuringAPausedJob", true, false, true, "IDS_REPAIR_PROCESSING"},
+                      WhileItRuns{"CloseDuringASave", true, true, false, "IDS_SAVE_PROCESSING"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST_F(JobProtocolTest, CloseWithoutAJobAsksAndOnlyYesLetsGo) {
+    ui.answerYesNo({false, true});
+    EXPECT_FALSE(confirmClose());
+    EXPECT_TRUE(ui.called("showMessage 1 IDS_CLOSE_DLG_MSG  IDS_CONFIRMATION"));
+    EXPECT_TRUE(confirmClose());
 }
 
 TEST_F(JobProtocolTest, TheExtensionAloneDecidesTheJobKind) {

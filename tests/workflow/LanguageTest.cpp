@@ -96,6 +96,8 @@ TEST_F(LanguageTest, TheLanguageCommandSwitchesAndTakesANameAsNumberZero) {
     EXPECT_EQ(Language().languagePath, dir.file("lg/French.ini"));
     onLanguageCommand(40045);
     EXPECT_EQ(setting("IDS_LANGUAGE"), "2");
+    // The menu's name is matched to the file's own, whatever the case.
+    EXPECT_EQ(Language().languagePath, dir.file("lg/German.ini"));
     EXPECT_EQ(LoadText("IDS_YES"), "Ja");
 }
 

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <thread>
 
 #include "Probe.h"
 #include "ScriptedUi.h"
@@ -110,6 +112,37 @@ TEST_F(RepairDriverTest, TheDamagedFileChosenAsItsOwnReferenceLeadsToThePromptAg
     EXPECT_FALSE(ui.called("showMessage"));
     EXPECT_EQ(Session().State(), JobState::NeedsReference);
 }
+
+// A cancel confirmed while the worker reads the file: the worker, told to
+// stop, shows nothing more, and the user goes home once.
+struct StoppedPass {
+    const char* name;
+    bool withReference;  // else the first pass, which would ask for one
+};
+void PrintTo(const StoppedPass& row, std::ostream* out) { *out << row.name; }
+
+
+class StoppedPassTest : public RepairDriverTest, public ::testing::WithParamInterface<StoppedPass> {};
+
+TEST_P(StoppedPassTest, ShowsNothingAfterTheAbort) {
+    pickCorruptedFile(makeFile("clip.mov", std::vector<uint8_t>(5000, 0x11)));
+    if (GetParam().withReference) pickReferenceFile(makeFile("reference.mov", std::vector<uint8_t>(5000, 0x22)));
+    ui.answerYesNo({true});
+    // The user interface thread cancels while the worker stands at its first word.
+    ui.onCall("showStatus Analyzing", [] { std::thread(cancelJob).join(); });
+    repair();
+    const std::vector<std::string> calls = ui.calls();
+    const auto aborted = std::find(calls.begin(), calls.end(), "showMessage 3 IDS_REPAIR_ABORTED IDS_INFORMATION");
+    ASSERT_NE(aborted, calls.end());
+    EXPECT_EQ(std::vector<std::string>(aborted + 1, calls.end()), std::vector<std::string>{"goHome"});
+    EXPECT_EQ(std::count(calls.begin(), calls.end(), "goHome"), 1);
+    EXPECT_TRUE(returnToIdle());
+    EXPECT_EQ(Session().State(), JobState::Idle);
+}
+
+INSTANTIATE_TEST_SUITE_P(Passes, StoppedPassTest,
+                         ::testing::Values(StoppedPass{"FirstPass", false}, StoppedPass{"WithAReference", true}),
+                         [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(RepairDriverTest, AnAviThatCannotBeRepairedEndsWithoutAResult) {
     pickCorruptedFile(makeFile("noise.avi", std::vector<uint8_t>(50, 0x44)));
