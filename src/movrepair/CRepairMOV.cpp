@@ -150,6 +150,7 @@ private:
     uint64_t mediaStart_ = 0;
     // Where the walk begins: behind what the file's own movie still describes.
     uint64_t walkStart_ = 0;
+    bool ownMovieTaken_ = false;
     ChunkEntryList video_, audio_;
     // The pictures found in step since the last audio or other sample: one chunk.
     SampleRun pendingVideo_;
@@ -253,6 +254,7 @@ void MediaDataScan::TakeStandingMovie() {
     }
     walkStart_ = standing.end;
     lastRunEnd_ = standing.end;
+    ownMovieTaken_ = true;
     frontStretchEmpty_ = true;
     headSettled_ = true;
 }
@@ -284,7 +286,8 @@ bool MediaDataScan::Run() {
         SampleRun run;
         uint32_t frameCount = 0;
         // A chain needs three units to count; otherwise the search moves on by one byte.
-        if (CollectVideoRun(position, run, file, lengthSize_, frameCount, sets_) <= 2) {
+        // Behind a movie that stands, a cut picture is none of the recording's samples.
+        if (CollectVideoRun(position, run, file, lengthSize_, frameCount, sets_, ownMovieTaken_) <= 2) {
             ++position;
             continue;
         }
