@@ -27,6 +27,9 @@ constexpr int kAtomsInFront = 64;
 constexpr uint64_t kLargestMovie = 64ull << 20;
 // A picture of more NAL units than this does not check out.
 constexpr int kUnitsInPicture = 1024;
+// The samples taken of one track at most, so that tables that claim
+// billions of samples cost neither the memory nor the time.
+constexpr uint32_t kMostSamples = 1u << 20;
 
 uint64_t BigEndian(const uint8_t* bytes, size_t count) {
     uint64_t value = 0;
@@ -78,8 +81,10 @@ const CStbl* TrackTable(const CMoov& movie, const char* kind, const char* format
     return nullptr;
 }
 
-// The chunks of a track as its tables describe them, samples of type type.
-void AddChunks(const CStbl& table, bool video, const char* type, std::vector<StandingChunk>& chunks) {
+// The chunks of a track as its tables describe them, samples of type type,
+// up to the first sample that lies past fileSize.
+void AddChunks(const CStbl& table, bool video, const char* type, uint64_t fileSize,
+               std::vector<StandingChunk>& chunks) {
     const std::vector<CSampleToChunkEntery*>& rows = table.stsc->entries;
     const CStsz& sizes = *table.stsz;
     size_t row = 0;
@@ -89,11 +94,15 @@ void AddChunks(const CStbl& table, bool video, const char* type, std::vector<Sta
         if (rows.empty() || rows[row]->firstChunk > chunk) return;
         StandingChunk standing{video, {}};
         uint64_t offset = table.stco->offsets[chunk - 1];
-        for (uint32_t i = 0; i < rows[row]->samplesPerChunk && sample < sizes.count; ++i, ++sample) {
+        for (uint32_t i = 0; i < rows[row]->samplesPerChunk && sample < std::min(sizes.count, kMostSamples);
+             ++i, ++sample) {
             const uint64_t size = sizes.sampleSize ? sizes.sampleSize
                                   : sample < sizes.sizes.size() ? sizes.sizes[sample]
                                                                 : 0;
-            if (size == 0) return;
+            if (size == 0 || offset > fileSize || size > fileSize - offset) {
+                if (!standing.samples.empty()) chunks.push_back(std::move(standing));
+                return;
+            }
             standing.samples.push_back(std::make_unique<CSample>(offset, size, type));
             offset += size;
         }
@@ -164,9 +173,10 @@ StandingSamples ReadStandingMovie(DamagedFile& file, uint8_t lengthSize) {
     const CStbl* video = TrackTable(*movie, kVideoTrack, s.videoCoderFormat.c_str());
     if (!video) return {};
     StandingSamples standing;
-    AddChunks(*video, true, SameWord(s.videoCoderFormat, kHvc1Format) ? "HVC1" : "AVC1", standing.chunks);
+    AddChunks(*video, true, SameWord(s.videoCoderFormat, kHvc1Format) ? "HVC1" : "AVC1", file.size(),
+              standing.chunks);
     if (const CStbl* audio = aac ? TrackTable(*movie, kAudioTrack, kMp4aFormat) : nullptr)
-        AddChunks(*audio, false, "AAC", standing.chunks);
+        AddChunks(*audio, false, "AAC", file.size(), standing.chunks);
     std::stable_sort(standing.chunks.begin(), standing.chunks.end(), [](const auto& a, const auto& b) {
         return a.samples.front()->offset < b.samples.front()->offset;
     });
