@@ -21,6 +21,7 @@
 #include "movrepair/NalStartFilter.h"
 #include "movrepair/ReferenceLayout.h"
 #include "movrepair/SampleCopier.h"
+#include "movrepair/StandingMovie.h"
 #include "movrepair/VideoSampleRecognition.h"
 #include "platform/ByteReader.h"
 #include "platform/ByteWriter.h"
@@ -109,6 +110,7 @@ private:
     };
     static constexpr size_t kNoSearch = SIZE_MAX;
 
+    void TakeStandingMovie();
     void StartAacWorker();
     void OpenOutput();
     void CloseOutput();
@@ -130,6 +132,7 @@ private:
     bool RecordSearchedRuns();
     void FinishDeferredRuns(uint64_t walkShown, uint64_t fileSize, int& lastShown);
     void RecordVideoRun(SampleRun run, uint32_t frameCount);
+    uint64_t LastVideoEnd() const;
     void TakeGap(uint64_t runOffset);
     void TakeAacFrames(SampleRun found);
     SampleRun SearchFrontStretch();
@@ -145,6 +148,9 @@ private:
     ReferenceLayout layout_;
     // Where the media data of the damaged file begins (0 when unknown).
     uint64_t mediaStart_ = 0;
+    // Where the walk begins: behind what the file's own movie still describes.
+    uint64_t walkStart_ = 0;
+    bool ownMovieTaken_ = false;
     ChunkEntryList video_, audio_;
     // The pictures found in step since the last audio or other sample: one chunk.
     SampleRun pendingVideo_;
@@ -177,7 +183,7 @@ private:
 void MediaDataScan::StartAacWorker() {
     if (state_.straightforwardReading || !Is(Session().audioCoderFormat, "MP4A_AUDIO_CODER_FORMAT")) return;
     aacWorker_ = std::make_unique<AacSearchWorker>(Session().corruptedPath, AacConfig());
-    if (aacWorker_->ready()) openSearch_ = aacWorker_->Open(mediaStart_);
+    if (aacWorker_->ready()) openSearch_ = aacWorker_->Open(walkStart_);
     else aacWorker_.reset();
 }
 
@@ -230,8 +236,32 @@ int MediaDataScan::ProgressPercent(uint64_t position, uint64_t fileSize) {
     return int(position * 100 / fileSize);
 }
 
+// The samples that the file's own movie describes in front of the first
+// picture that does not check out, one run a chunk; the walk goes on behind
+// them, and the stretch in front of them is not searched again.
+void MediaDataScan::TakeStandingMovie() {
+    walkStart_ = mediaStart_;
+    StandingSamples standing = ReadStandingMovie(state_.damagedFile, lengthSize_);
+    if (standing.chunks.empty()) return;
+    for (StandingChunk& chunk : standing.chunks) {
+        const uint32_t count = uint32_t(chunk.samples.size());
+        if (chunk.video) {
+            RecordVideoRun(std::move(chunk.samples), count);
+        } else {
+            audio_.AddChunk(count);
+            AppendAudioRun(std::move(chunk.samples), false);
+        }
+    }
+    walkStart_ = standing.end;
+    lastRunEnd_ = standing.end;
+    ownMovieTaken_ = true;
+    frontStretchEmpty_ = true;
+    headSettled_ = true;
+}
+
 bool MediaDataScan::Run() {
     mediaStart_ = MediaDataStart(state_.damagedFile);
+    TakeStandingMovie();
     if (layout_.InterleavesFrameByFrame()) return RunInStep();
     DamagedFile& file = state_.damagedFile;
     const uint64_t fileSize = file.size();
@@ -240,8 +270,8 @@ bool MediaDataScan::Run() {
     int lastShown = kNothingShown;
     // Where the walk last showed its progress: its percentage is the job's
     // figure in the end.
-    uint64_t walkShown = mediaStart_;
-    uint64_t position = mediaStart_;
+    uint64_t walkShown = walkStart_;
+    uint64_t position = walkStart_;
     while (position < fileSize) {
         if (WaitWhilePaused()) return false;
         walkShown = position;
@@ -256,7 +286,8 @@ bool MediaDataScan::Run() {
         SampleRun run;
         uint32_t frameCount = 0;
         // A chain needs three units to count; otherwise the search moves on by one byte.
-        if (CollectVideoRun(position, run, file, lengthSize_, frameCount, sets_) <= 2) {
+        // Behind a movie that stands, a cut picture is none of the recording's samples.
+        if (CollectVideoRun(position, run, file, lengthSize_, frameCount, sets_, ownMovieTaken_) <= 2) {
             ++position;
             continue;
         }
@@ -282,8 +313,7 @@ bool MediaDataScan::Run() {
 void MediaDataScan::TakeOuterAac() {
     if (state_.videoSamples.empty() || ReferenceAudioKind() != AudioKind::Aac || Session().stopRequested) return;
     TakeAacFrames({});
-    const CSample& last = *state_.videoSamples.back();
-    const uint64_t end = last.offset + last.size;
+    const uint64_t end = LastVideoEnd();
     const uint64_t size = state_.damagedFile.size();
     if (end < size) RecordAudio(CollectAacFramesInStep(state_.damagedFile, end, size - end, AacConfig()));
 }
@@ -360,11 +390,17 @@ void MediaDataScan::FinishDeferredRuns(uint64_t walkShown, uint64_t fileSize, in
     ShowPercent(fileSize ? int(walkShown * 100 / fileSize) : 0, lastShown);
 }
 
+// Where the last video sample ends; what the file's own movie described
+// is not searched again.
+uint64_t MediaDataScan::LastVideoEnd() const {
+    const CSample& last = *state_.videoSamples.back();
+    return std::max(last.offset + last.size, walkStart_);
+}
+
 // The stretch between the last video run and the next is audio of the
 // reference's format.
 void MediaDataScan::TakeGap(uint64_t runOffset) {
-    const CSample& last = *state_.videoSamples.back();
-    const uint64_t lastEnd = last.offset + last.size;
+    const uint64_t lastEnd = LastVideoEnd();
     const uint64_t gap = runOffset - lastEnd;
     const std::string& format = Session().audioCoderFormat;
     if (Is(format, "MP4A_AUDIO_CODER_FORMAT")) {
@@ -447,7 +483,7 @@ bool MediaDataScan::RunInStep() {
     OpenOutput();
     InStepWalk walk(file, lengthSize_, sets_, ReferenceAudioKind(), AacConfig(), layout_);
     int lastShown = kNothingShown;
-    uint64_t position = mediaStart_;
+    uint64_t position = walkStart_;
     // Where the stretch that no step explains began.
     uint64_t stretchStart = position;
     while (position < fileSize) {

@@ -68,9 +68,10 @@ bool IsSlice(const CNALU& unit, bool h265) {
 // The chain that starts at position, or with onePicture only its first
 // picture: the units in front of a slice and the slices that join it. A
 // picture counts only when it lies wholly inside the file and each of its
-// units holds more than a header.
+// units holds more than a header. With insideFile a unit that runs past the
+// end of the file ends the chain.
 uint32_t FollowChain(uint64_t position, SampleRun& run, DamagedFile& file, uint8_t lengthSize, uint32_t& frameCount,
-                     const ReferenceParameterSets& sets, bool onePicture) {
+                     const ReferenceParameterSets& sets, bool onePicture, bool insideFile) {
     const bool h265 = sets.vps != nullptr;
     std::unique_ptr<CNALU> unit = ReadNalAt(position, file, lengthSize, sets);
     if (!unit) return 0;
@@ -89,7 +90,8 @@ uint32_t FollowChain(uint64_t position, SampleRun& run, DamagedFile& file, uint8
         const uint32_t size = unit->totalSize;
         const CNALU* current = unit.get();
         const bool joins = h265 ? JoinsH265(*current, previous, pictureOpen) : JoinsH264(*current, previous);
-        if (onePicture && ((sliceSeen && !joins) || position + size > file.size() || size < lengthSize + 2u)) break;
+        const bool pastTheEnd = position + size > file.size();
+        if ((insideFile && pastTheEnd) || (onePicture && ((sliceSeen && !joins) || size < lengthSize + 2u))) break;
         ++count;
         sliceSeen = sliceSeen || IsSlice(*current, h265);
         if (joins) {
@@ -110,14 +112,14 @@ uint32_t FollowChain(uint64_t position, SampleRun& run, DamagedFile& file, uint8
 }  // namespace
 
 uint32_t CollectVideoRun(uint64_t position, SampleRun& run, DamagedFile& file, uint8_t lengthSize,
-                         uint32_t& frameCount, const ReferenceParameterSets& sets) {
-    return FollowChain(position, run, file, lengthSize, frameCount, sets, false);
+                         uint32_t& frameCount, const ReferenceParameterSets& sets, bool insideFile) {
+    return FollowChain(position, run, file, lengthSize, frameCount, sets, false, insideFile);
 }
 
 std::optional<Picture> CollectPicture(uint64_t position, DamagedFile& file, uint8_t lengthSize,
                                       const ReferenceParameterSets& sets) {
     Picture picture;
-    if (FollowChain(position, picture.samples, file, lengthSize, picture.frameCount, sets, true) == 0)
+    if (FollowChain(position, picture.samples, file, lengthSize, picture.frameCount, sets, true, true) == 0)
         return std::nullopt;
     return picture;
 }

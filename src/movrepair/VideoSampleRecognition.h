@@ -44,9 +44,10 @@ std::unique_ptr<CNALU> ReadNalAt(uint64_t position, DamagedFile& file, uint8_t l
 // Follows the chain that starts at position and appends its samples to run
 // (units joined into samples by the codec's rules). frameCount goes up for
 // each sample that a frame starts with. Gives the number of NAL units in the
-// chain; 0 when there is none or the job was stopped.
+// chain; 0 when there is none or the job was stopped. With insideFile a unit
+// that runs past the end of the file ends the chain.
 uint32_t CollectVideoRun(uint64_t position, SampleRun& run, DamagedFile& file, uint8_t lengthSize,
-                         uint32_t& frameCount, const ReferenceParameterSets& sets);
+                         uint32_t& frameCount, const ReferenceParameterSets& sets, bool insideFile = false);
 
 // One picture of a stream interleaved frame by frame: the units in front
 // of its first slice and its slices, as samples.

@@ -1,8 +1,9 @@
 // A whole MOV repair of a small file of any bytes against a fixed healthy
 // reference, as the repair worker runs it: the reference scanned into a
 // GFile, then ScanMediaData and WriteRepairedFile into "$tmp". The first
-// byte chooses the reference (bit 0: H.265 with sowt audio, else H.264
-// with AAC); the rest is the damaged file.
+// byte chooses the reference (bit 0: H.265 with sowt audio; else bit 1:
+// H.264 with mono AAC interleaved frame by frame, its movie in front; else
+// H.264 with AAC in chunks); the rest is the damaged file.
 
 #include <cstddef>
 #include <cstdint>
@@ -17,7 +18,9 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const tolmi::fuzz::Workspace workspace;
     if (size < 1) return 0;
-    const char* reference = (data[0] & 1) ? TOLMI_FUZZ_REFERENCES "/h265_sowt.mov" : TOLMI_FUZZ_REFERENCES "/h264_aac.mov";
+    const char* reference = (data[0] & 1)   ? TOLMI_FUZZ_REFERENCES "/h265_sowt.mov"
+                            : (data[0] & 2) ? TOLMI_FUZZ_REFERENCES "/h264_aac_frames.mov"
+                                            : TOLMI_FUZZ_REFERENCES "/h264_aac.mov";
 
     tolmi::RepairSession& s = tolmi::Session();
     s.reset();

@@ -34,11 +34,13 @@ struct Packet {
 };
 
 // Each packet of stream with its bytes, read at its place in the file (the
-// hash ffprobe gives is missing where a packet carries side data).
+// hash ffprobe gives is missing where a packet carries side data). The
+// samples are counted, also the first, which the edit list of a rebuilt
+// video track keeps out of the presentation.
 std::vector<Packet> ReadPackets(const std::string& path, const std::string& stream) {
     const std::vector<uint8_t> file = test::ReadAll(path);
     std::vector<Packet> packets;
-    for (const PacketRecord& p : test::ProbePackets(path, stream))
+    for (const PacketRecord& p : test::ProbePackets(path, stream, true))
         if (p.pos + p.size <= file.size())
             packets.push_back({p, std::string(file.begin() + std::ptrdiff_t(p.pos),
                                               file.begin() + std::ptrdiff_t(p.pos + p.size))});
@@ -154,7 +156,15 @@ std::vector<RealCase> RealCases() {
             {"GoProKarmaCut", "gopro_karma.mp4", "gopro_karma.mp4", Damage::EndCutOff},
             {"GoProKarmaMoovZeroed", "gopro_karma.mp4", "gopro_karma.mp4", Damage::MoovZeroed},
             {"GoProKarmaGarbage", "gopro_karma.mp4", "gopro_karma.mp4", Damage::GarbageInserted},
-            {"AppleMoovZeroed", "apple_issue515.mp4", "apple_issue515.mp4", Damage::MoovZeroed}};
+            {"AppleMoovZeroed", "apple_issue515.mp4", "apple_issue515.mp4", Damage::MoovZeroed},
+            {"AppleCut", "apple_issue515.mp4", "apple_issue515.mp4", Damage::EndCutOff},
+            {"AppleGarbage", "apple_issue515.mp4", "apple_issue515.mp4", Damage::GarbageInserted},
+            {"Android1Cut", "android6_video1.mp4", "android6_video1.mp4", Damage::MediaCutOff},
+            {"Android2Cut", "android6_video2.mp4", "android6_video2.mp4", Damage::MediaCutOff},
+            {"Android1CutOtherReference", "android6_video1.mp4", "android6_video2.mp4", Damage::MediaCutOff},
+            {"Android2CutOtherReference", "android6_video2.mp4", "android6_video1.mp4", Damage::MediaCutOff},
+            {"Android1MoovZeroedOtherReference", "android6_video1.mp4", "android6_video2.mp4", Damage::MoovZeroed},
+            {"Android2GarbageOtherReference", "android6_video2.mp4", "android6_video1.mp4", Damage::GarbageInserted}};
 }
 
 class RealRecordingRepair : public ::testing::TestWithParam<RealCase> {

@@ -55,6 +55,13 @@ std::optional<DamagedInput> DamageRecording(const std::string& recording, const 
         input.range = {size * 7 / 10, size};
         CopyCut(input.recording, input.damaged, input.range.begin);
         break;
+    case Damage::MediaCutOff: {
+        auto mdat = FindTopLevelAtom(input.recording, "mdat");
+        if (!mdat) return std::nullopt;
+        input.range = {mdat->offset + mdat->size * 7 / 10, size};
+        CopyCut(input.recording, input.damaged, input.range.begin);
+        break;
+    }
     case Damage::RandomStretch: {
         auto mdat = FindTopLevelAtom(input.recording, "mdat");
         if (!mdat) return std::nullopt;

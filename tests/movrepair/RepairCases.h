@@ -15,6 +15,7 @@ namespace tolmi::test {
 
 enum class Damage {
     EndCutOff,        // the recording stopped short: the moov behind the media data is gone
+    MediaCutOff,      // the recording stopped short within its media data (which may follow padding)
     RandomStretch,    // the file's own moov stands, 20,000 random bytes lie in its media data
     MoovZeroed,       // the moov was overwritten with zeros in place
     GarbageInserted,  // end cut off, and 300,000 random bytes were written into the media data

@@ -22,8 +22,9 @@ std::string FieldOf(const std::string& line, const std::string& key) {
 
 }  // namespace
 
-std::vector<PacketRecord> ProbePackets(const std::string& path, const std::string& stream) {
-    const std::string selection = stream.empty() ? "" : "-select_streams " + stream + " ";
+std::vector<PacketRecord> ProbePackets(const std::string& path, const std::string& stream, bool allMedia) {
+    const std::string selection =
+        (stream.empty() ? "" : "-select_streams " + stream + " ") + (allMedia ? "-ignore_editlist 1 " : "");
     int status = 0;
     std::string output = CaptureCommand("ffprobe -v error " + selection +
                                             "-show_packets -show_data_hash MD5 -of compact " + ShellQuote(path),

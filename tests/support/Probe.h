@@ -16,8 +16,10 @@ struct PacketRecord {
     std::string hash;  // MD5 of the packet's bytes
 };
 // The packets of the streams that stream selects ("v:0", "a:0"; all when
-// empty) in demuxing order; empty when ffprobe fails.
-std::vector<PacketRecord> ProbePackets(const std::string& path, const std::string& stream = "");
+// empty) in demuxing order; empty when ffprobe fails. With allMedia, also
+// those that an edit list leaves out of the presentation.
+std::vector<PacketRecord> ProbePackets(const std::string& path, const std::string& stream = "",
+                                       bool allMedia = false);
 // The codec names of the streams, e.g. {"h264", "aac"}.
 std::vector<std::string> ProbeCodecs(const std::string& path);
 // How many of expected appear in actual in the same order (greedy).
