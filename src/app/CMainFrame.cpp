@@ -101,7 +101,10 @@ void CMainFrame::connectCommands() {
         bottom_->stopClock();
         goHome();
     });
-    on(b->save, [this] { emit saveRequested(); });
+    on(b->save, [this] {
+        endPreview();
+        emit saveRequested();
+    });
     on(b->preview, [this] { emit previewRequested(); });
     connect(b->reportLink, &CHyperLink::activated, this, &CMainFrame::reportRequested);
     connect(b, &CXBottomSection::clockTicked, this, &CMainFrame::showClock);
@@ -195,6 +198,7 @@ void CMainFrame::tellJobRuns(const char* jobKey, const char* saveKey) {
 void CMainFrame::goHome() {
     RepairSession& s = Session();
     if (s.saving) return;
+    endPreview();
     if (s.repairing) {
         tellJobRuns("IDS_REPAIR_PROCESSING", "IDS_REPAIR_PROCESSING");
         return;
@@ -248,9 +252,15 @@ void CMainFrame::requestClose() {
     }
     showMessage(kCloseConfirmation, "IDS_CLOSE_DLG_MSG ", "IDS_CONFIRMATION");
     if (s.lastAnswer != 1) return;
+    endPreview();
     returnToIdle();
     waitForWorker();
     QCoreApplication::exit(0);
+}
+
+void CMainFrame::endPreview() {
+    if (endPreview_) endPreview_();
+    Session().previewRunning = 0;
 }
 
 void CMainFrame::closeEvent(QCloseEvent* event) {

@@ -6,6 +6,7 @@
 // to the idle page and the close protocol.
 
 #include <QWidget>
+#include <functional>
 
 #include "app/Artwork.h"
 #include "app/FilePicker.h"
@@ -25,6 +26,8 @@ public:
     CMainFrame();
 
     void setFilePicker(FilePicker picker) { picker_ = std::move(picker); }
+    // Home, Close and Save end a running preview through this.
+    void setPreviewEnd(std::function<void()> endPreview) { endPreview_ = std::move(endPreview); }
 
     // Shows what the job's state asks for, in all three sections.
     void refresh();
@@ -72,6 +75,7 @@ private:
     void showClock();
     // Holds a running job (or save) while a dialog tells the user about it.
     void tellJobRuns(const char* jobKey, const char* saveKey);
+    void endPreview();
     Qt::Edges edgesAt(QPoint point) const;
 
     CXTopSection* top_;
@@ -80,6 +84,7 @@ private:
     CButtonST *close_, *maximize_, *minimize_, *menu_, *help_, *home_, *logo_;
     ControlMap controls_;
     FilePicker picker_ = PickWithFileDialog;
+    std::function<void()> endPreview_;
     bool maximized_ = false;
 };
 

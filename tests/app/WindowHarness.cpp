@@ -1,6 +1,8 @@
 #include "WindowHarness.h"
 
 #include <QDir>
+#include <QMenu>
+#include <QPainter>
 #include <filesystem>
 
 #include "app/Application.h"
@@ -47,6 +49,22 @@ void WindowHarness::click(const char* objectName) {
 void Screenshot(QWidget& widget, const QString& name) {
     QDir().mkpath(TOLMI_SCREENSHOT_DIR);
     QVERIFY(widget.grab().save(QString(TOLMI_SCREENSHOT_DIR) + "/" + name + ".png"));
+}
+
+void ScreenshotOfScreen(QWidget& window, const QString& name) {
+    QRect area = window.frameGeometry();
+    QList<QWidget*> popups;
+    for (QMenu* menu : window.findChildren<QMenu*>())
+        if (menu->isVisible()) popups.append(menu);
+    for (QWidget* popup : popups) area |= popup->geometry();
+    QPixmap picture(area.size());
+    picture.fill(Qt::darkGray);
+    QPainter painter(&picture);
+    painter.drawPixmap(window.geometry().topLeft() - area.topLeft(), window.grab());
+    for (QWidget* popup : popups) painter.drawPixmap(popup->geometry().topLeft() - area.topLeft(), popup->grab());
+    painter.end();
+    QDir().mkpath(TOLMI_SCREENSHOT_DIR);
+    QVERIFY(picture.save(QString(TOLMI_SCREENSHOT_DIR) + "/" + name + ".png"));
 }
 
 void WhenDialogOpens(std::function<void(QWidget* dialog)> answer) {

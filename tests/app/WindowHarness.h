@@ -41,6 +41,8 @@ private:
 
 // Writes widget's picture to the build folder's screenshots, as name.png.
 void Screenshot(QWidget& widget, const QString& name);
+// The window with the pop-up menus open over it, as the user sees them.
+void ScreenshotOfScreen(QWidget& window, const QString& name);
 // Runs answer on the next modal dialog once it is open, inside its own
 // event loop (the test's code stands still while the dialog runs).
 void WhenDialogOpens(std::function<void(QWidget* dialog)> answer);
