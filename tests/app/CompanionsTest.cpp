@@ -4,7 +4,6 @@
 
 #include <QLocalServer>
 #include <QLocalSocket>
-#include <QMessageBox>
 #include <QPainter>
 #include <QProcess>
 #include <QSlider>
@@ -30,7 +29,7 @@ namespace fs = std::filesystem;
 class CompanionsTest : public QObject {
     Q_OBJECT
 private slots:
-    void init() { qputenv("XDG_RUNTIME_DIR", QByteArray::fromStdString(runtime_.path())); }
+    void initTestCase() { UseOwnRuntimeDir(); }
     void theStartRecordRoundTripsByteForByte_data();
     void theStartRecordRoundTripsByteForByte();
     void thePlayerPlaysARepairedFileAndClosesWhenAsked();
@@ -49,8 +48,6 @@ private:
                                       ShellQuote(reference) + " --output " + ShellQuote(repaired));
         return status == 0 ? repaired : std::string();
     }
-
-    TempDir runtime_;
 };
 
 void CompanionsTest::theStartRecordRoundTripsByteForByte_data() {
@@ -142,13 +139,7 @@ void CompanionsTest::aMissingPlayerIsTold() {
     WindowHarness h;  // its module folder has no player
     PreviewControl preview(&h.frame(), nullptr);
     QString title, text;
-    WhenDialogOpens([&](QWidget* dialog) {
-        auto* box = qobject_cast<QMessageBox*>(dialog);
-        QVERIFY(box);
-        title = box->windowTitle();
-        text = box->text();
-        box->accept();
-    });
+    ReadNextMessageBox(title, text);
     preview.startPreview();
     QCOMPARE(text, QString("The specified file was not found."));
     QCOMPARE(title, QString::fromStdString(LoadText("IDS_RUNNING3")));
@@ -172,11 +163,11 @@ void CompanionsTest::aPlayerThatNeverAnswersDoesNotHoldTheWindow() {
 
 void CompanionsTest::theReportHoldsTheFieldsOfItsArgument() {
     TempDir dir;
-    const std::string file = dir.file("clip_0042.mov");
+    const std::string file = dir.file("clip$0042.mov");
     WriteAll(file, std::vector<uint8_t>(12345, 7));
     qputenv("TOLMI_REPORT_FILE", QByteArray::fromStdString(file));
     qputenv("TOLMI_REPORT_MESSAGES", "Information: The file could not be repaired.\nConfirmation: Cancel the repair?");
-    report::ReportDialog dialog(report::ReadInput("Tolmi Video Repair$clip_0042.mov$null"));
+    report::ReportDialog dialog(report::ReadInput("Tolmi Video Repair$clip$0042.mov$null"));
     dialog.show();
     Screenshot(dialog, "report_dialog");
     const QString target = QString::fromStdString(dir.file("report.txt"));
@@ -185,7 +176,7 @@ void CompanionsTest::theReportHoldsTheFieldsOfItsArgument() {
     QVERIFY(saved.open(QIODevice::ReadOnly));
     const QString text = QString::fromUtf8(saved.readAll());
     for (const QString& line : {QString("Problem report: Tolmi Video Repair"), QString("Program version: " TOLMI_EXPECTED_VERSION),
-                                QString("File name: clip_0042.mov"), QString("File size: 12345 bytes"),
+                                QString("File name: clip$0042.mov"), QString("File size: 12345 bytes"),
                                 QString("  Information: The file could not be repaired."),
                                 QString("  Confirmation: Cancel the repair?")})
         QVERIFY2(text.split('\n').contains(line), qPrintable(line + " in\n" + text));

@@ -7,7 +7,6 @@
 #include <QAction>
 #include <QLocalSocket>
 #include <QMenu>
-#include <QMessageBox>
 #include <QProcess>
 #include <QtTest>
 #include <filesystem>
@@ -28,7 +27,7 @@ namespace fs = std::filesystem;
 class StartupTest : public QObject {
     Q_OBJECT
 private slots:
-    void init() { qputenv("XDG_RUNTIME_DIR", QByteArray::fromStdString(runtime_.path())); }
+    void initTestCase() { UseOwnRuntimeDir(); }
     void aSecondStartTellsAndEndsWhileTheFirstRunsOn();
     void aCrashLeavesItsRecordWhereTheFolderExists_data();
     void aCrashLeavesItsRecordWhereTheFolderExists();
@@ -52,8 +51,6 @@ private:
         socket.connectToServer(player::WindowServerName());
         return socket.waitForConnected(200);
     }
-
-    TempDir runtime_;
 };
 
 void StartupTest::aSecondStartTellsAndEndsWhileTheFirstRunsOn() {
@@ -62,13 +59,7 @@ void StartupTest::aSecondStartTellsAndEndsWhileTheFirstRunsOn() {
     QTRY_VERIFY_WITH_TIMEOUT(WindowAnswers(), HangLimitMs(20));
 
     QString title = "unset", text;
-    WhenDialogOpens([&](QWidget* dialog) {
-        auto* box = qobject_cast<QMessageBox*>(dialog);
-        QVERIFY(box);
-        title = box->windowTitle();
-        text = box->text();
-        box->accept();
-    });
+    ReadNextMessageBox(title, text);
     SingleInstance second;
     QVERIFY2(!second.claim(), "a second start must end (with code 0)");
     QCOMPARE(text, QString(kAlreadyRunning));

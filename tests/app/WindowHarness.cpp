@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QMenu>
+#include <QMessageBox>
 #include <QPainter>
 #include <filesystem>
 
@@ -77,6 +78,21 @@ void WhenDialogOpens(std::function<void(QWidget* dialog)> answer) {
         answer(dialog);
     });
     poll->start(20);
+}
+
+void ReadNextMessageBox(QString& title, QString& text) {
+    WhenDialogOpens([&](QWidget* dialog) {
+        auto* box = qobject_cast<QMessageBox*>(dialog);
+        QVERIFY(box);
+        title = box->windowTitle();
+        text = box->text();
+        box->accept();
+    });
+}
+
+void UseOwnRuntimeDir() {
+    static const TempDir runtime;
+    qputenv("XDG_RUNTIME_DIR", QByteArray::fromStdString(runtime.path()));
 }
 
 int HangLimitMs(int seconds) {

@@ -20,6 +20,7 @@ int main(int argc, char** argv) {
     svg.setTitle("Tolmi Video Repair");
     {
         QPainter painter(&svg);
+        if (!painter.isActive()) return 1;
         tolmi::PaintArt(painter, tolmi::Art::AppIcon);
     }
     const QImage icon = tolmi::DrawArt(tolmi::Art::AppIcon).toImage();

@@ -16,8 +16,10 @@
 namespace tolmi::report {
 
 ReportInput ReadInput(const QString& argument) {
-    const QStringList fields = argument.split('$');
-    ReportInput input{fields.value(0), fields.value(1), fields.value(2), qEnvironmentVariable("TOLMI_REPORT_FILE"), {}};
+    // The product and the extra field hold no "$"; a file name may.
+    const qsizetype first = argument.indexOf('$'), last = argument.lastIndexOf('$');
+    ReportInput input{argument.left(first), first < last ? argument.mid(first + 1, last - first - 1) : QString(),
+                      first < last ? argument.mid(last + 1) : QString(), qEnvironmentVariable("TOLMI_REPORT_FILE"), {}};
     const QString messages = qEnvironmentVariable("TOLMI_REPORT_MESSAGES");
     if (!messages.isEmpty()) input.lastMessages = messages.split('\n');
     // A path for another file than the argument's is not this report's.
