@@ -8,6 +8,7 @@ jobs=$(nproc)
 
 scripts/build.sh build
 ctest --test-dir build --output-on-failure -j"$jobs"
+scripts/check-package.sh build
 
 scripts/build.sh build-asan -DCMAKE_BUILD_TYPE=Debug -DTOLMI_SANITIZE=ON
 ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 \

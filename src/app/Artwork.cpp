@@ -293,11 +293,16 @@ QSize ArtSize(Art art) {
 }
 
 QPixmap DrawArt(Art art, bool hot, qreal devicePixelRatio) {
-    const QSize size = ArtSize(art);
-    QPixmap pixmap(size * devicePixelRatio);
+    QPixmap pixmap(ArtSize(art) * devicePixelRatio);
     pixmap.setDevicePixelRatio(devicePixelRatio);
     pixmap.fill(Qt::transparent);
     QPainter p(&pixmap);
+    PaintArt(p, art, hot);
+    return pixmap;
+}
+
+void PaintArt(QPainter& p, Art art, bool hot) {
+    const QSize size = ArtSize(art);
     p.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform);
     switch (art) {
         case Art::AppIcon: DrawAppIcon(p, size); break;
@@ -310,7 +315,6 @@ QPixmap DrawArt(Art art, bool hot, qreal devicePixelRatio) {
         case Art::DialogClose: DrawDialogClose(p, hot); break;
         default: DrawHeaderGlyph(p, art, hot); break;
     }
-    return pixmap;
 }
 
 }  // namespace tolmi

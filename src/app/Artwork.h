@@ -4,6 +4,8 @@
 
 #include <QPixmap>
 
+class QPainter;
+
 namespace tolmi {
 
 enum class Art {
@@ -27,5 +29,7 @@ enum class Art {
 QSize ArtSize(Art art);
 // The picture at its size, for a screen of the given pixel ratio.
 QPixmap DrawArt(Art art, bool hot = false, qreal devicePixelRatio = 1.0);
+// The picture on any paint device, at its size (for the installed icon's SVG).
+void PaintArt(QPainter& painter, Art art, bool hot = false);
 
 }  // namespace tolmi

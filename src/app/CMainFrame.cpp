@@ -109,7 +109,10 @@ void CMainFrame::connectCommands() {
         bottom_->stopClock();
         goHome();
     });
-    on(b->save, [this] { onSave(); });
+    on(b->save, [this] {
+        endPreview();
+        onSave();
+    });
     on(b->preview, [this] { emit previewRequested(); });
     connect(b->reportLink, &CHyperLink::activated, this, &CMainFrame::reportRequested);
     connect(b, &CXBottomSection::clockTicked, this, &CMainFrame::showClock);
@@ -181,6 +184,7 @@ void CMainFrame::showClock() {
 }
 
 void CMainFrame::goHome() {
+    if (!Session().saving) endPreview();
     switch (requestHome()) {
         case HomeAnswer::SaveRuns: return;
         case HomeAnswer::WorkerEnding:
@@ -234,6 +238,7 @@ void CMainFrame::requestClose() {
         refresh();
         return;
     }
+    endPreview();
     // A worker that has not yet returned still holds the job's files.
     waitForWorker();
     returnToIdle();
@@ -274,6 +279,11 @@ void CMainFrame::onSaveEnded(SaveOutcome outcome) {
         bottom_->stopClock();
         goHome();
     });
+}
+
+void CMainFrame::endPreview() {
+    if (endPreview_) endPreview_();
+    Session().previewRunning = 0;
 }
 
 void CMainFrame::closeEvent(QCloseEvent* event) {

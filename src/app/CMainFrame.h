@@ -32,6 +32,8 @@ public:
     // tests put their own in place.
     void setFolderOpener(std::function<void(const QString& folder)> opener) { openFolder_ = std::move(opener); }
     void setExit(std::function<void(int code)> exit) { exit_ = std::move(exit); }
+    // Home, Close and Save end a running preview through this.
+    void setPreviewEnd(std::function<void()> endPreview) { endPreview_ = std::move(endPreview); }
 
     // Shows what the job's state asks for, in all three sections.
     void refresh();
@@ -79,6 +81,7 @@ private:
     void pickReference();
     void showClock();
     void onSaveEnded(SaveOutcome outcome);
+    void endPreview();
     Qt::Edges edgesAt(QPoint point) const;
 
     CXTopSection* top_;
@@ -90,6 +93,7 @@ private:
     std::function<void(const QString&)> openFolder_;
     std::function<void(int)> exit_;
     CSavePage* savePage_ = nullptr;
+    std::function<void()> endPreview_;
     bool maximized_ = false;
 };
 

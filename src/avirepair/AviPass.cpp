@@ -65,7 +65,7 @@ bool AviPass::Prepare() {
     s.aviAudioChunks = 0;
     s.aviOutputSize = 0;
 
-    const std::string tmpDir = JoinPath(Environment::ModuleDir(), "$tmp");
+    const std::string tmpDir = Environment::TemporaryDir();
     if (!IsDirectory(tmpDir) && CreateDirectoryPath(tmpDir)) SetHiddenAttribute(tmpDir);
     inputPath_ = s.corruptedPath;
     const std::string output = JoinPath(tmpDir, "Repaired.avi"), index = JoinPath(tmpDir, "index"),

@@ -16,6 +16,19 @@ public:
     // Free bytes of the file system that holds path; nothing if it cannot be asked.
     static std::optional<uint64_t> FreeSpace(const std::string& path);
 
+    // The files delivered with the program lie beside the executable in a
+    // portable folder (one with "lg" in it), else in the installed share
+    // and libexec folders of the prefix above it.
+    static bool IsPortable();
+    static std::string LanguageDir();
+    static std::string CompanionDir();  // tmplayer and reporting/tmreport
+    // Where "settings.ini" and the folder holding "$tmp" go: the portable
+    // folder while it can be written, else the user's configuration and
+    // cache folders (created when missing).
+    static std::string SettingsDir();
+    static std::string WorkDir();
+    static std::string TemporaryDir();  // WorkDir's "$tmp"
+
     static void OverrideModuleDir(std::optional<std::string> dir);
     static void OverrideFreeSpace(std::optional<uint64_t> bytes);
 };

@@ -1,6 +1,6 @@
 #include "workflow/Language.h"
 
-#include <cstdlib>
+#include <iterator>
 #include <strings.h>
 
 #include "platform/Environment.h"
@@ -29,18 +29,17 @@ LanguageChoice ChoiceForCode(uint32_t code) {
     return {"eng", "EN"};
 }
 
-std::string ReadSetting(const std::string& key, size_t maxChars = 1000) {
-    return ReadProfileString(Language().settingsPath, kProfileSection, key, maxChars);
-}
-
 void WriteSetting(const std::string& key, const std::string& value) {
     WriteProfileString(Language().settingsPath, kProfileSection, key, value);
 }
 
-// The language file of that name in "lg", whatever the case of its letters.
+// The language file of that name, whatever the case of its letters.
 std::string LanguageFilePath(const std::string& name) {
-    return FindFileIgnoringCase(JoinPath(JoinPath(Language().moduleDir, "lg"), name + ".ini"));
+    return FindFileIgnoringCase(JoinPath(Environment::LanguageDir(), name + ".ini"));
 }
+
+// The delivered languages, in the order of the menu.
+constexpr const char* kLanguageFiles[] = {"eng", "French", "German", "Italian", "Spanish", "Portuguese"};
 
 void ReplaceAll(std::string& text, const std::string& from, const std::string& to) {
     for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
@@ -85,7 +84,7 @@ void loadLanguage(uint32_t uiLanguage) {
     LanguageState& state = Language();
     state.moduleFilePath = Environment::ModuleFilePath();
     state.moduleDir = Environment::ModuleDir();
-    state.settingsPath = JoinPath(state.moduleDir, "settings.ini");
+    state.settingsPath = JoinPath(Environment::SettingsDir(), "settings.ini");
 
     std::string name = ReadSetting("IDS_LANGUAGE", 99);
     if (name.empty()) {
@@ -107,15 +106,30 @@ std::string LoadText(const std::string& key, size_t maxChars) {
     return ReadProfileString(Language().languagePath, kProfileSection, key, maxChars);
 }
 
+std::string ReadSetting(const std::string& key, size_t maxChars) {
+    return ReadProfileString(Language().settingsPath, kProfileSection, key, maxChars);
+}
+
+std::vector<DeliveredLanguage> DeliveredLanguages() {
+    std::vector<DeliveredLanguage> languages;
+    int id = kFirstLanguageCommand;
+    for (const char* name : kLanguageFiles)
+        languages.push_back({id++, name, ReadProfileString(LanguageFilePath(name), kProfileSection, "IDS_LANGUAGE_0")});
+    return languages;
+}
+
+// The choice is written by name, so that the next start finds it too.
 void onLanguageCommand(int id) {
-    static const char* const kFiles[] = {"eng", "French", "German", "Italian", "Spanish"};
-    if (id < 40043 || id > 40047) return;
-    // A name such as "French" holds no number and counts as 0.
-    int current = std::atoi(ReadSetting("IDS_LANGUAGE").c_str());
-    int chosen = id - 40043;
-    if (chosen == current) return;
-    Language().languagePath = LanguageFilePath(kFiles[chosen]);
-    WriteSetting("IDS_LANGUAGE", std::to_string(chosen));
+    const int chosen = id - kFirstLanguageCommand;
+    if (chosen < 0 || chosen >= int(std::size(kLanguageFiles))) return;
+    LanguageState& state = Language();
+    const std::string name = kLanguageFiles[chosen];
+    if (name == state.languageName) return;
+    state.languageName = name;
+    state.languagePath = LanguageFilePath(name);
+    ReadLanguageList();
+    WriteSetting("IDS_LANGUAGE", name);
+    WriteSetting("IDS_LANGUAGE_ABR", state.languageAbbreviations);
 }
 
 }  // namespace tolmi

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace tolmi {
 
@@ -32,7 +33,18 @@ void loadLanguage();  // with the system's own language code
 // file is missing. At most maxChars characters, as the caller's buffer.
 std::string LoadText(const std::string& key, size_t maxChars = 1000);
 
-// The language command of the menu, ids 40043 to 40047.
+// A value of "settings.ini" (such as "UPD", the update program); empty when missing.
+std::string ReadSetting(const std::string& key, size_t maxChars = 1000);
+
+// The language menu: one command a delivered language file, from 40043,
+// with the name the file gives itself.
+inline constexpr int kFirstLanguageCommand = 40043;
+struct DeliveredLanguage {
+    int command;
+    std::string fileName;
+    std::string ownName;
+};
+std::vector<DeliveredLanguage> DeliveredLanguages();
 void onLanguageCommand(int id);
 
 }  // namespace tolmi

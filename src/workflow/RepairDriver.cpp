@@ -127,7 +127,7 @@ int aviBranch() {
 
 }  // namespace
 
-std::string TemporaryDir() { return JoinPath(Environment::ModuleDir(), "$tmp"); }
+std::string TemporaryDir() { return Environment::TemporaryDir(); }
 
 std::string AviPreviewDescriptor() {
     const RepairSession& s = Session();
@@ -156,7 +156,7 @@ void startRepair() {
         return;
     }
     const int64_t size = int64_t(file.size().value_or(0));
-    const auto freeSpace = Environment::FreeSpace(Environment::ModuleDir());
+    const auto freeSpace = Environment::FreeSpace(Environment::WorkDir());
     const int64_t limit = int64_t(freeSpace.value_or(0)) - kDiskReserve;
     if (size > limit) {
         file.close();

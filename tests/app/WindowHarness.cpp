@@ -1,6 +1,9 @@
 #include "WindowHarness.h"
 
 #include <QDir>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPainter>
 #include <chrono>
 #include <filesystem>
 #include <thread>
@@ -67,6 +70,22 @@ void Screenshot(QWidget& widget, const QString& name) {
     QVERIFY(widget.grab().save(QString(TOLMI_SCREENSHOT_DIR) + "/" + name + ".png"));
 }
 
+void ScreenshotOfScreen(QWidget& window, const QString& name) {
+    QRect area = window.frameGeometry();
+    QList<QWidget*> popups;
+    for (QMenu* menu : window.findChildren<QMenu*>())
+        if (menu->isVisible()) popups.append(menu);
+    for (QWidget* popup : popups) area |= popup->geometry();
+    QPixmap picture(area.size());
+    picture.fill(Qt::darkGray);
+    QPainter painter(&picture);
+    painter.drawPixmap(window.geometry().topLeft() - area.topLeft(), window.grab());
+    for (QWidget* popup : popups) painter.drawPixmap(popup->geometry().topLeft() - area.topLeft(), popup->grab());
+    painter.end();
+    QDir().mkpath(TOLMI_SCREENSHOT_DIR);
+    QVERIFY(picture.save(QString(TOLMI_SCREENSHOT_DIR) + "/" + name + ".png"));
+}
+
 void WhenDialogOpens(std::function<void(QWidget* dialog)> answer) {
     auto* poll = new QTimer(qApp);
     QObject::connect(poll, &QTimer::timeout, poll, [poll, answer = std::move(answer)] {
@@ -77,6 +96,21 @@ void WhenDialogOpens(std::function<void(QWidget* dialog)> answer) {
         answer(dialog);
     });
     poll->start(20);
+}
+
+void ReadNextMessageBox(QString& title, QString& text) {
+    WhenDialogOpens([&](QWidget* dialog) {
+        auto* box = qobject_cast<QMessageBox*>(dialog);
+        QVERIFY(box);
+        title = box->windowTitle();
+        text = box->text();
+        box->accept();
+    });
+}
+
+void UseOwnRuntimeDir() {
+    static const TempDir runtime;
+    qputenv("XDG_RUNTIME_DIR", QByteArray::fromStdString(runtime.path()));
 }
 
 int HangLimitMs(int seconds) {

@@ -54,9 +54,16 @@ private:
 
 // Writes widget's picture to the build folder's screenshots, as name.png.
 void Screenshot(QWidget& widget, const QString& name);
+// The window with the pop-up menus open over it, as the user sees them.
+void ScreenshotOfScreen(QWidget& window, const QString& name);
 // Runs answer on the next modal dialog once it is open, inside its own
 // event loop (the test's code stands still while the dialog runs).
 void WhenDialogOpens(std::function<void(QWidget* dialog)> answer);
+// Reads the next message box's title and text, then closes it.
+void ReadNextMessageBox(QString& title, QString& text);
+// Lock files and sockets of the user's runtime folder go to a folder of
+// this test process, away from a window the user may have open.
+void UseOwnRuntimeDir();
 // A limit that only stops a hang, longer in the sanitizer build.
 int HangLimitMs(int seconds);
 

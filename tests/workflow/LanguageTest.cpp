@@ -6,6 +6,7 @@
 
 #include "TestSupport.h"
 #include "platform/Environment.h"
+#include "platform/File.h"
 #include "platform/ProfileFile.h"
 #include "workflow/Language.h"
 
@@ -89,16 +90,20 @@ TEST_F(LanguageTest, AMissingLanguageFileFallsBackToTheDefaultForTheNextStartToo
     EXPECT_EQ(LoadText("IDS_REPAIR"), "");
 }
 
-TEST_F(LanguageTest, TheLanguageCommandSwitchesAndTakesANameAsNumberZero) {
+TEST_F(LanguageTest, TheLanguageMenuOffersEveryFileAndItsChoiceLastsToTheNextStart) {
     loadLanguage(0x40C);
-    ASSERT_EQ(setting("IDS_LANGUAGE"), "French");
-    onLanguageCommand(40043);  // "eng" is number 0, and a name counts as 0: nothing happens
-    EXPECT_EQ(Language().languagePath, dir.file("lg/French.ini"));
-    onLanguageCommand(40045);
-    EXPECT_EQ(setting("IDS_LANGUAGE"), "2");
-    // The menu's name is matched to the file's own, whatever the case.
-    EXPECT_EQ(Language().languagePath, dir.file("lg/German.ini"));
-    EXPECT_EQ(LoadText("IDS_YES"), "Ja");
+    const auto languages = DeliveredLanguages();
+    ASSERT_EQ(languages.size(), 6u);
+    for (const DeliveredLanguage& language : languages) {
+        SCOPED_TRACE(language.fileName);
+        EXPECT_FALSE(language.ownName.empty());
+        onLanguageCommand(language.command);
+        EXPECT_EQ(LoadText("IDS_LANGUAGE_0"), language.ownName) << "the texts change at once";
+        EXPECT_TRUE(FileExists(Language().languagePath)) << "the file's own name, whatever its case";
+        loadLanguage(0x40C);
+        EXPECT_EQ(Language().languageName, language.fileName) << "and the next start keeps the choice";
+    }
+    EXPECT_EQ(setting("IDS_LANGUAGE_ABR"), "PT");
 }
 
 }  // namespace
