@@ -89,7 +89,7 @@ TEST_F(ScanFileTest, WhichMoovIsTheMovie) {
         Session().reset();
         Scan(c.file);
         EXPECT_EQ(SampleCount(), c.samples);
-        EXPECT_EQ(Session().parsedTrackCount, c.samples ? 1 : 0);
+        EXPECT_EQ(file_->GetTrackCount(), c.samples ? 1u : 0u);
     }
     GFile& file = Scan(cases[0].file);
     ASSERT_NE(file.fileType, nullptr);
