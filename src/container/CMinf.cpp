@@ -74,17 +74,12 @@ CMinf* CMinf::BuildMediaInformation(const CAtomCreationRequest& request, const s
     CMinf* built = arena.Make<CMinf>();
     built->type = type;
     built->stbl = table;
-    uint32_t headerSize = 0;
     if (SameWord(requestKind, kVideoRequest)) {
-        auto* header = arena.Make<CVmhd>();
-        built->mediaHeader = header;
+        built->mediaHeader = arena.Make<CVmhd>();
         built->mediaKind = kVideoMedia;
-        headerSize = header->size;
     } else if (SameWord(requestKind, kAudioRequest)) {
-        auto* header = arena.Make<CSmhd>();
-        built->mediaHeader = header;
+        built->mediaHeader = arena.Make<CSmhd>();
         built->mediaKind = kAudioMedia;
-        headerSize = header->size;
     }
     built->hdlr = arena.Make<CHdlr>();
     built->hdlr->Build(0, FourCC("dhlr"), 0, 0);

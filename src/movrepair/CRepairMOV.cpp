@@ -222,9 +222,8 @@ bool MediaDataScan::WriteSettledRuns() {
 }
 
 bool MediaDataScan::CopyRun(const SampleRun& run) {
-    for (const auto& sample : run)
-        if (!copier_->Add(*sample)) break;
-    const bool copied = copier_->Flush();
+    const auto add = [&](const auto& sample) { return copier_->Add(*sample); };
+    const bool copied = std::all_of(run.begin(), run.end(), add) && copier_->Flush();
     state_.outputFailed = copier_->Failed();
     return copied;
 }

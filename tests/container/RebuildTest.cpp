@@ -192,7 +192,7 @@ protected:
             EXPECT_EQ(track->image.size(), track->size);
             sum += track->size;
         }
-        EXPECT_EQ(movie.size, sum);
+        EXPECT_EQ(movie.ToBytes().size(), sum);
     }
 
     GFile file_;

@@ -54,10 +54,10 @@ TEST_F(ScanFileTest, EmptyAndMissingFiles) {
     EXPECT_EQ(Session().jobFailed, 1);
 }
 
-TEST_F(ScanFileTest, OpensScanPathNotTheArgument) {
+TEST_F(ScanFileTest, OpensThePathItIsGivenNotTheSessionsScanPath) {
     WriteAll(path_, Join({Ftyp(), Mdat(100), SmallMovie()}));
-    Session().scanPath = path_;
-    file_->ScanFile(dir_.file("missing.mov"));
+    Session().scanPath = dir_.file("missing.mov");
+    file_->ScanFile(path_);
     EXPECT_NE(file_->movie, nullptr);
     EXPECT_EQ(Session().jobFailed, 0);
 }
