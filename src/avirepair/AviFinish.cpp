@@ -37,7 +37,7 @@ void AviPass::Finish() {
     const uint32_t entrySize = 16 * (s.aviVideoChunks + s.aviAudioChunks);
     std::array<uint8_t, 4> sizeBytes{};
     StoreAviWord(sizeBytes, 0, entrySize);
-    index.writeAt(4, sizeBytes.data(), sizeBytes.size());
+    Check(index.writeAt(4, sizeBytes.data(), sizeBytes.size()));
 
     std::vector<uint8_t> block(kAviWindowSize);
     const uint64_t indexAt = output.size().value_or(0);
@@ -45,7 +45,7 @@ void AviPass::Finish() {
     for (;;) {
         const auto got = index.readAt(copied, block.data(), block.size());
         if (!got || *got == 0) break;
-        output.writeAt(indexAt + copied, block.data(), *got);
+        Check(output.writeAt(indexAt + copied, block.data(), *got));
         copied += *got;
     }
     outputSize_ += uint64_t(entrySize) + 8;
@@ -59,7 +59,10 @@ void AviPass::Finish() {
     // Without a movi list there is no size of it to write; offset 4 would
     // be spoilt.
     if (moviListOffset_ != 0) PatchOutput(moviListOffset_ + 4, moviSize_);
-    output.truncate(outputSize_ + 8);
+    Check(output.truncate(outputSize_ + 8));
+    // An output that missed a write (a full disk) is emptied: nothing can
+    // then take it for a repaired file, and the job's check reports it.
+    if (writeFailed_) (void)output.truncate(0);
 
     s.aviInputFile.close();
     s.aviOutputSize = outputSize_;

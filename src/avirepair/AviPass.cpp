@@ -88,7 +88,7 @@ bool AviPass::Prepare() {
         SetHiddenAttribute(*path);
     }
     const uint8_t indexHead[8] = {'i', 'd', 'x', '1', 0, 0, 0, 0};
-    s.aviIndexFile.write(indexHead, sizeof indexHead);
+    Check(s.aviIndexFile.write(indexHead, sizeof indexHead));
 
     // Without its output files the pass could only lose the frames it finds.
     if (!s.aviInputFile.isOpen() || !s.aviOutputFile.isOpen() || !s.aviIndexFile.isOpen()) return false;
@@ -138,20 +138,20 @@ void AviPass::UpdatePercent() {
 // ---- Output ----
 
 void AviPass::Emit(std::span<const uint8_t> bytes) {
-    // Write failures are not looked at: the sizes written at the end follow
-    // what the pass meant to write. Whole blocks of zeros (the holes of a
-    // sparse input) become holes of the output; it grows only at its end.
+    // A failed write is remembered (Check); the pass goes on, and its end
+    // empties the output. Whole blocks of zeros (the holes of a sparse
+    // input) become holes of the output; it grows only at its end.
     File& output = Session().aviOutputFile;
     if (bytes.size() >= kAviWindowSize && LeadingZeroBytes(bytes.data(), bytes.size()) == bytes.size()) {
         FlushOutput();
         const uint64_t end = output.tell() + bytes.size();
-        output.truncate(end);
+        Check(output.truncate(end));
         output.seek(end);
         return;
     }
     if (pendingOutput_.size() + bytes.size() > kOutputWriteSize) FlushOutput();
     if (bytes.size() >= kOutputWriteSize) {
-        output.write(bytes.data(), bytes.size());
+        Check(output.write(bytes.data(), bytes.size()));
         return;
     }
     pendingOutput_.insert(pendingOutput_.end(), bytes.begin(), bytes.end());
@@ -159,13 +159,13 @@ void AviPass::Emit(std::span<const uint8_t> bytes) {
 
 void AviPass::FlushOutput() {
     if (pendingOutput_.empty()) return;
-    Session().aviOutputFile.write(pendingOutput_.data(), pendingOutput_.size());
+    Check(Session().aviOutputFile.write(pendingOutput_.data(), pendingOutput_.size()));
     pendingOutput_.clear();
 }
 
 void AviPass::FlushIndex() {
     if (pendingIndex_.empty()) return;
-    Session().aviIndexFile.write(pendingIndex_.data(), pendingIndex_.size());
+    Check(Session().aviIndexFile.write(pendingIndex_.data(), pendingIndex_.size()));
     pendingIndex_.clear();
 }
 
@@ -179,7 +179,7 @@ void AviPass::PatchOutput(uint64_t position, uint32_t value) {
     FlushOutput();
     std::array<uint8_t, 4> bytes{};
     StoreU32le(bytes.data(), value);
-    Session().aviOutputFile.writeAt(position, bytes.data(), bytes.size());
+    Check(Session().aviOutputFile.writeAt(position, bytes.data(), bytes.size()));
 }
 
 void AviPass::CopyFromWindow(uint64_t length) {
@@ -275,7 +275,7 @@ void AviPass::SaveJpeg() {
     while (end + 2 <= w.size() && !(w[end] == 0xFF && w[end + 1] == 0xD9)) ++end;
     if (end + 2 > w.size()) return;
     const size_t length = std::min(end - start + 3, w.size() - start);
-    Session().aviImageFile.write(w.data() + start, length);
+    Check(Session().aviImageFile.write(w.data() + start, length));
 }
 
 void AviPass::OnAviTag() {

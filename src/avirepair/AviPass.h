@@ -58,6 +58,8 @@ private:
     void FlushIndex();
     void EmitTag(const char (&tag)[5]);
     void PatchOutput(uint64_t position, uint32_t value);
+    // Remembers a write that did not go through.
+    void Check(bool written) { writeFailed_ = writeFailed_ || !written; }
     // Copies length input bytes from scanPos, the window's first, then
     // further blocks; scanPos ends behind them.
     void CopyFromWindow(uint64_t length);
@@ -116,6 +118,7 @@ private:
     uint64_t percentBase_ = 1;
     int32_t reportedPercent_ = 0;
     uint64_t outputSize_ = 0;
+    bool writeFailed_ = false;
     uint32_t moviSize_ = 0;
     uint32_t hdrlListSize_ = 0;
     uint64_t moviListOffset_ = 0;

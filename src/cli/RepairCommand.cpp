@@ -14,7 +14,6 @@
 #include "cli/ConsoleUi.h"
 #include "cli/FoundReport.h"
 #include "cli/JsonText.h"
-#include "cli/ResultCheck.h"
 #include "platform/Environment.h"
 #include "platform/File.h"
 #include "workflow/JobControl.h"
@@ -130,14 +129,6 @@ void runPass(ConsoleUi& ui) {
     ui.endPass();
 }
 
-// The engine's word is checked against the file itself before the job is
-// called a success: a disk that filled up leaves a file without its end.
-bool OutputIsWhole(bool movJob) {
-    const RepairSession& s = Session();
-    if (movJob) return MovResultIsWhole(s.tempOutputPath, s.movOutputSize);
-    return AviResultIsWhole(s.aviOutputPath, s.aviOutputSize, uint64_t(s.aviVideoChunks) + s.aviAudioChunks);
-}
-
 bool IsEmptyFile(const std::string& path) {
     std::error_code error;
     return fs::is_regular_file(path, error) && fs::file_size(path, error) == 0 && !error;
@@ -187,13 +178,6 @@ int SaveAndReport(ConsoleUi& ui, const Options& options, const std::string& targ
         ui.sayError(LoadText("IDS_AVIERROR3"));
         returnToIdle();
         return kExitUnrepairable;
-    }
-    if (!OutputIsWhole(movJob)) {
-        // Writes fail this way when the disk fills up.
-        ui.sayError(LoadText("IDS_ERROR9") + " " + LoadText("IDS_ERROR10") +
-                    " (the repaired file could not be written whole)");
-        returnToIdle();
-        return kExitCannotOpen;
     }
     const std::vector<PropertyRow> rows = fillProperties();
     std::optional<FoundReport> found;

@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/ByteReader.h"
@@ -94,10 +95,49 @@ void ReadEntries(ByteReader& in, uint32_t count, size_t entrySize, Take&& take) 
     for (uint32_t i = 0; i < count && in.canRead(entrySize); ++i) take(in.subspan(entrySize));
 }
 
-// size and type, the first eight bytes of every atom.
-inline void WriteAtomHeader(ByteWriter& out, uint32_t size, uint32_t type) {
-    out.u32be(size);
+// size and type, the first eight bytes of every atom. A read atom's size
+// is the length it was given; a written one's is the length of its bytes.
+class AtomHeader {
+public:
+    uint32_t size = 0;
+    uint32_t type = 0;
+
+protected:
+    // Takes length as the size and the four bytes behind the size field as
+    // the type; the reader it gives stands behind them (failed when fewer
+    // than 8 bytes are there).
+    ByteReader ReadHeader(const uint8_t* bytes, uint32_t length) {
+        size = length;
+        ByteReader in(bytes, length);
+        in.skip(4);
+        type = in.fourcc();
+        return in;
+    }
+};
+
+// An atom that keeps the bytes it is written as.
+class ImagedAtom : public AtomHeader {
+public:
+    std::vector<uint8_t> image;
+
+    // Keeps bytes as the image; the size is their length.
+    void SetImage(std::vector<uint8_t> bytes) {
+        image = std::move(bytes);
+        size = uint32_t(image.size());
+    }
+};
+
+// The bytes of an atom of type: the header, then what body writes to the
+// ByteWriter it is given; the size field is the length of the whole.
+template <class Body>
+std::vector<uint8_t> WriteAtom(uint32_t type, Body&& body) {
+    std::vector<uint8_t> bytes;
+    ByteWriter out(bytes);
+    out.u32be(0);
     out.fourcc(type);
+    body(out);
+    out.patchU32be(0, uint32_t(bytes.size()));
+    return bytes;
 }
 
 }  // namespace tolmi

@@ -17,7 +17,6 @@ class CSampleToChunkEntery;
 class CAtomCreationRequest {
 public:
     CAtomCreationRequest() = default;
-    virtual ~CAtomCreationRequest() = default;
 
     // Byte offset of each chunk in the rebuilt file; becomes co64.
     std::vector<uint64_t> chunkOffsets;

@@ -5,10 +5,7 @@
 namespace tolmi {
 
 CCtts::CCtts(const uint8_t* bytes, uint32_t length, AtomArena& arena) {
-    size = length;
-    ByteReader in(bytes, length);
-    in.skip(4);
-    type = in.fourcc();
+    ByteReader in = ReadHeader(bytes, length);
     versionFlags = in.u32be();
     count = in.u32be();
     ReadEntries(in, count, CompositionOffsetEntery::kFileSize, [&](std::span<const uint8_t> entry) {
@@ -18,13 +15,11 @@ CCtts::CCtts(const uint8_t* bytes, uint32_t length, AtomArena& arena) {
 }
 
 std::vector<uint8_t> CCtts::ToBytes() const {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    out.u32be(versionFlags);
-    out.u32be(count);
-    for (const CompositionOffsetEntery* entry : entries) out.bytes(entry->image);
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        out.u32be(versionFlags);
+        out.u32be(count);
+        for (const CompositionOffsetEntery* entry : entries) out.bytes(entry->image);
+    });
 }
 
 }  // namespace tolmi

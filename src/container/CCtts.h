@@ -8,23 +8,20 @@
 
 #include "container/AtomArena.h"
 #include "container/CompositionOffsetEntery.h"
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CCtts {
+class CCtts : public ImagedAtom {
 public:
     CCtts() = default;
     CCtts(const uint8_t* bytes, uint32_t length, AtomArena& arena);
-    virtual ~CCtts() = default;
 
     std::vector<uint8_t> ToBytes() const;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
     uint32_t versionFlags = 0;
     uint32_t count = 0;
     std::vector<CompositionOffsetEntery*> entries;
-    std::vector<uint8_t> image;
 };
 
 }  // namespace tolmi

@@ -5,12 +5,9 @@
 namespace tolmi {
 
 CDinf::CDinf(const uint8_t* bytes, uint32_t length, AtomArena& arena) {
-    size = length;
     CatchAll([&] {
+        ReadHeader(bytes, length);
         std::span<const uint8_t> atom(bytes, length);
-        ByteReader in(atom);
-        in.skip(4);
-        type = in.fourcc();
         const auto first = FirstChild(atom);
         dref = arena.Make<CDref>(first.data(), uint32_t(first.size()), arena);
     });
@@ -20,16 +17,13 @@ void CDinf::Build(uint32_t dataReferenceType, AtomArena& arena) {
     type = FourCC("dinf");
     dref = arena.Make<CDref>();
     dref->Build(dataReferenceType, arena);
-    size = dref->size + 8;
-    image = ToBytes();
+    SetImage(ToBytes());
 }
 
 std::vector<uint8_t> CDinf::ToBytes() const {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    if (dref) out.bytes(dref->image);
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        if (dref) out.bytes(dref->image);
+    });
 }
 
 }  // namespace tolmi

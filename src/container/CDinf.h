@@ -7,21 +7,18 @@
 
 #include "container/AtomArena.h"
 #include "container/CDref.h"
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CDinf {
+class CDinf : public ImagedAtom {
 public:
     CDinf() = default;
     CDinf(const uint8_t* bytes, uint32_t length, AtomArena& arena);
-    virtual ~CDinf() = default;
 
     void Build(uint32_t dataReferenceType, AtomArena& arena);
     std::vector<uint8_t> ToBytes() const;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
-    std::vector<uint8_t> image;
     CDref* dref = nullptr;
 };
 

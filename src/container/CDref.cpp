@@ -8,10 +8,7 @@ constexpr uint32_t kEntryHeader = 8;
 }
 
 CDref::CDref(const uint8_t* bytes, uint32_t length, AtomArena& arena) {
-    size = length;
-    ByteReader in(bytes, length);
-    in.skip(4);
-    type = in.fourcc();
+    ByteReader in = ReadHeader(bytes, length);
     versionFlags = in.u32be();
     count = in.u32be();
     for (uint32_t i = 0; i < count && in.canRead(kEntryHeader); ++i) {
@@ -30,18 +27,15 @@ void CDref::Build(uint32_t dataReferenceType, AtomArena& arena) {
     entry->Build(dataReferenceType);
     entries = {entry};
     count = uint32_t(entries.size());
-    size = 12 * count + 16;
-    image = ToBytes();
+    SetImage(ToBytes());
 }
 
 std::vector<uint8_t> CDref::ToBytes() const {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    out.u32be(versionFlags);
-    out.u32be(count);
-    for (const CDrefentry* entry : entries) out.bytes(entry->image);
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        out.u32be(versionFlags);
+        out.u32be(count);
+        for (const CDrefentry* entry : entries) out.bytes(entry->image);
+    });
 }
 
 }  // namespace tolmi

@@ -4,22 +4,19 @@
 
 #include <cstdint>
 #include <vector>
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CDrefentry {
+class CDrefentry : public ImagedAtom {
 public:
     CDrefentry() = default;
     CDrefentry(const uint8_t* bytes, uint32_t length);
-    virtual ~CDrefentry() = default;
 
     void Build(uint32_t dataReferenceType);
     std::vector<uint8_t> ToBytes() const;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
     uint32_t versionFlags = 0;
-    std::vector<uint8_t> image;
 };
 
 }  // namespace tolmi

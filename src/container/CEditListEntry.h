@@ -13,7 +13,6 @@ public:
 
     CEditListEntry() = default;
     CEditListEntry(const uint8_t* bytes, uint32_t length);
-    virtual ~CEditListEntry() = default;
 
     // rate is a whole number; it is stored shifted into 16.16 form.
     void Build(uint32_t newTrackDuration, uint32_t newMediaTime, uint32_t rate);

@@ -5,11 +5,8 @@
 namespace tolmi {
 
 CElst::CElst(const uint8_t* bytes, uint32_t length, AtomArena& arena) {
-    size = length;
     CatchAll([&] {
-        ByteReader in(bytes, length);
-        in.skip(4);
-        type = in.fourcc();
+        ByteReader in = ReadHeader(bytes, length);
         versionFlags = in.u32be();
         count = in.u32be();
         ReadEntries(in, count, CEditListEntry::kFileSize, [&](std::span<const uint8_t> entry) {
@@ -23,18 +20,15 @@ void CElst::Build(const std::vector<CEditListEntry*>& edits) {
     versionFlags = 0;
     entries = edits;
     count = uint32_t(entries.size());
-    size = CEditListEntry::kFileSize * count + 16;
-    image = ToBytes();
+    SetImage(ToBytes());
 }
 
 std::vector<uint8_t> CElst::ToBytes() const {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    out.u32be(versionFlags);
-    out.u32be(count);
-    for (const CEditListEntry* entry : entries) out.bytes(entry->ToBytes());
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        out.u32be(versionFlags);
+        out.u32be(count);
+        for (const CEditListEntry* entry : entries) out.bytes(entry->ToBytes());
+    });
 }
 
 }  // namespace tolmi

@@ -3,16 +3,14 @@
 // Only read; it marks the media as of no kind the repair knows.
 
 #include <cstdint>
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CGmhd {
+class CGmhd : public AtomHeader {
 public:
     CGmhd(const uint8_t* bytes, uint32_t length);
-    virtual ~CGmhd() = default;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
 };
 
 }  // namespace tolmi

@@ -6,9 +6,7 @@ namespace tolmi {
 
 CGmin::CGmin(const uint8_t* bytes, uint32_t length) {
     CatchAll([&] {
-        ByteReader in(bytes, length);
-        in.skip(4);
-        type = in.fourcc();
+        ByteReader in = ReadHeader(bytes, length);
         versionFlags = in.u32be();
         graphicsMode = in.u16be();
         opcolorRed = in.u16be();

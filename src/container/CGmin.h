@@ -2,15 +2,14 @@
 // The base media info atom (gmin). Only read; nothing uses what it holds.
 
 #include <cstdint>
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CGmin {
+class CGmin : public AtomHeader {
 public:
     CGmin(const uint8_t* bytes, uint32_t length);
-    virtual ~CGmin() = default;
 
-    uint32_t type = 0;
     uint32_t versionFlags = 0;
     uint16_t graphicsMode = 0;
     uint16_t opcolorRed = 0;

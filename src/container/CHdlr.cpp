@@ -5,11 +5,8 @@
 namespace tolmi {
 
 CHdlr::CHdlr(const uint8_t* bytes, uint32_t length) {
-    size = length;
     CatchAll([&] {
-        ByteReader in(bytes, length);
-        in.skip(4);
-        type = in.fourcc();
+        ByteReader in = ReadHeader(bytes, length);
         versionFlags = in.u32be();
         componentType = in.fourcc();
         componentSubtype = in.fourcc();
@@ -20,7 +17,6 @@ CHdlr::CHdlr(const uint8_t* bytes, uint32_t length) {
 }
 
 void CHdlr::Build(uint32_t newComponentType, uint32_t newComponentSubtype, uint8_t newNameLength, uint8_t newName) {
-    size = kFileSize;
     type = FourCC("hdlr");
     versionFlags = 0;
     componentType = newComponentType;
@@ -30,19 +26,17 @@ void CHdlr::Build(uint32_t newComponentType, uint32_t newComponentSubtype, uint8
     componentFlagsMask = 0;
     nameLength = newNameLength;
     name = newName;
-    image = ToBytes();
+    SetImage(ToBytes());
 }
 
 std::vector<uint8_t> CHdlr::ToBytes() const {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    for (uint32_t field : {versionFlags, componentType, componentSubtype, componentManufacturer, componentFlags,
-                           componentFlagsMask})
-        out.u32be(field);
-    out.u8(nameLength);
-    out.u8(name);
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        for (uint32_t field : {versionFlags, componentType, componentSubtype, componentManufacturer, componentFlags,
+                               componentFlagsMask})
+            out.u32be(field);
+        out.u8(nameLength);
+        out.u8(name);
+    });
 }
 
 }  // namespace tolmi

@@ -5,22 +5,19 @@
 
 #include <cstdint>
 #include <vector>
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CHdlr {
+class CHdlr : public ImagedAtom {
 public:
-    static constexpr uint32_t kFileSize = 34;
 
     CHdlr() = default;
     CHdlr(const uint8_t* bytes, uint32_t length);
-    virtual ~CHdlr() = default;
 
     void Build(uint32_t newComponentType, uint32_t newComponentSubtype, uint8_t newNameLength, uint8_t newName);
     std::vector<uint8_t> ToBytes() const;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
     uint32_t versionFlags = 0;
     uint32_t componentType = 0;
     uint32_t componentSubtype = 0;
@@ -29,7 +26,6 @@ public:
     uint32_t componentFlagsMask = 0;
     uint8_t nameLength = 0;
     uint8_t name = 0;
-    std::vector<uint8_t> image;
 };
 
 }  // namespace tolmi

@@ -10,7 +10,6 @@ class CMdat {
 public:
     // bytes holds at least 16 bytes.
     explicit CMdat(const uint8_t* bytes);
-    virtual ~CMdat() = default;
 
     uint32_t type = 0;
     uint64_t size = 0;

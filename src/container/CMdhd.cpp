@@ -5,11 +5,8 @@
 namespace tolmi {
 
 CMdhd::CMdhd(const uint8_t* bytes, uint32_t length) {
-    size = length;
     CatchAll([&] {
-        ByteReader in(bytes, length);
-        in.skip(4);
-        type = in.fourcc();
+        ByteReader in = ReadHeader(bytes, length);
         versionFlags = in.u32be();
         creationTime = in.u32be();
         modificationTime = in.u32be();
@@ -21,7 +18,6 @@ CMdhd::CMdhd(const uint8_t* bytes, uint32_t length) {
 }
 
 void CMdhd::Build(uint32_t newDuration, uint32_t newTimeScale, uint16_t newLanguage, uint16_t newQuality) {
-    size = kFileSize;
     type = FourCC("mdhd");
     versionFlags = 0;
     creationTime = 0;
@@ -30,17 +26,15 @@ void CMdhd::Build(uint32_t newDuration, uint32_t newTimeScale, uint16_t newLangu
     duration = newDuration;
     language = newLanguage;
     quality = newQuality;
-    image = ToBytes();
+    SetImage(ToBytes());
 }
 
 std::vector<uint8_t> CMdhd::ToBytes() const {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    for (uint32_t field : {versionFlags, creationTime, modificationTime, timeScale, duration}) out.u32be(field);
-    out.u16be(language);
-    out.u16be(quality);
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        for (uint32_t field : {versionFlags, creationTime, modificationTime, timeScale, duration}) out.u32be(field);
+        out.u16be(language);
+        out.u16be(quality);
+    });
 }
 
 }  // namespace tolmi

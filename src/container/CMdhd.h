@@ -4,22 +4,19 @@
 
 #include <cstdint>
 #include <vector>
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CMdhd {
+class CMdhd : public ImagedAtom {
 public:
-    static constexpr uint32_t kFileSize = 32;
 
     CMdhd() = default;
     CMdhd(const uint8_t* bytes, uint32_t length);
-    virtual ~CMdhd() = default;
 
     void Build(uint32_t newDuration, uint32_t newTimeScale, uint16_t newLanguage, uint16_t newQuality);
     std::vector<uint8_t> ToBytes() const;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
     uint32_t versionFlags = 0;
     uint32_t creationTime = 0;
     uint32_t modificationTime = 0;
@@ -27,7 +24,6 @@ public:
     uint32_t duration = 0;
     uint16_t language = 0;
     uint16_t quality = 0;
-    std::vector<uint8_t> image;
 };
 
 }  // namespace tolmi

@@ -9,12 +9,9 @@ constexpr size_t kSearchTail = 9;
 }
 
 CMdia::CMdia(const uint8_t* bytes, uint32_t length, AtomArena& arena) {
-    size = length;
     CatchAll([&] {
+        ReadHeader(bytes, length);
         std::span<const uint8_t> atom(bytes, length);
-        ByteReader in(atom);
-        in.skip(4);
-        type = in.fourcc();
         const auto first = FirstChild(atom);
         mdhd = arena.Make<CMdhd>(first.data(), uint32_t(first.size()));
         for (ChildSearch search(atom, 8 + first.size(), kSearchTail); search.More();) {
@@ -63,20 +60,17 @@ CMdia* CMdia::BuildMedia(const CAtomCreationRequest& request, const std::string&
     built->mdhd = arena.Make<CMdhd>();
     built->mdhd->Build(duration, timeScale, mdhd ? mdhd->language : 0, mdhd ? mdhd->quality : 0);
 
-    built->size = information->size + built->hdlr->size + built->mdhd->size + 8;
     built->SetMediaKind();
-    built->image = built->ToBytes();
+    built->SetImage(built->ToBytes());
     return built;
 }
 
 std::vector<uint8_t> CMdia::ToBytes() const {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    if (mdhd) out.bytes(mdhd->image);
-    if (hdlr) out.bytes(hdlr->image);
-    if (minf) out.bytes(minf->image);
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        if (mdhd) out.bytes(mdhd->image);
+        if (hdlr) out.bytes(hdlr->image);
+        if (minf) out.bytes(minf->image);
+    });
 }
 
 }  // namespace tolmi

@@ -15,23 +15,20 @@
 #include "container/CMdhd.h"
 #include "container/CMinf.h"
 #include "container/CUdta.h"
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CMdia {
+class CMdia : public ImagedAtom {
 public:
     CMdia() = default;
     CMdia(const uint8_t* bytes, uint32_t length, AtomArena& arena);
-    virtual ~CMdia() = default;
 
     // On the mdia of a reference track: the mdia of the rebuilt track, or
     // none when its sample table cannot be built.
     CMdia* BuildMedia(const CAtomCreationRequest& request, const std::string& requestKind, AtomArena& arena);
     std::vector<uint8_t> ToBytes() const;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
-    std::vector<uint8_t> image;
     std::string mediaKind;
     double rate = 0.0;  // time scale / duration x sample count
     CHdlr* hdlr = nullptr;

@@ -8,12 +8,9 @@ constexpr size_t kHeaderStart = 8;
 }
 
 CMinf::CMinf(const uint8_t* bytes, uint32_t length, AtomArena& arena) {
-    size = length;
     CatchAll([&] {
+        ReadHeader(bytes, length);
         std::span<const uint8_t> atom(bytes, length);
-        ByteReader in(atom);
-        in.skip(4);
-        type = in.fourcc();
         for (ChildSearch search(atom, ReadMediaHeader(atom, arena)); search.More();) {
             switch (search.Type()) {
             case FourCC("gmin"):
@@ -66,8 +63,7 @@ size_t CMinf::ReadMediaHeader(std::span<const uint8_t> atom, AtomArena& arena) {
 // The health test: the stbl stays only if its known children add up to its payload.
 void CMinf::ReadSampleTable(std::span<const uint8_t> child, AtomArena& arena) {
     CStbl* table = arena.Make<CStbl>(child.data(), uint32_t(child.size()), arena);
-    stbl = uint64_t(sampleTableBytes) + 8 == table->size ? table : nullptr;
-    sampleTableBytes = 0;
+    stbl = uint64_t(table->knownChildBytes) + 8 == table->size ? table : nullptr;
 }
 
 CMinf* CMinf::BuildMediaInformation(const CAtomCreationRequest& request, const std::string& requestKind,
@@ -78,37 +74,29 @@ CMinf* CMinf::BuildMediaInformation(const CAtomCreationRequest& request, const s
     CMinf* built = arena.Make<CMinf>();
     built->type = type;
     built->stbl = table;
-    uint32_t headerSize = 0;
     if (SameWord(requestKind, kVideoRequest)) {
-        auto* header = arena.Make<CVmhd>();
-        built->mediaHeader = header;
+        built->mediaHeader = arena.Make<CVmhd>();
         built->mediaKind = kVideoMedia;
-        headerSize = header->size;
     } else if (SameWord(requestKind, kAudioRequest)) {
-        auto* header = arena.Make<CSmhd>();
-        built->mediaHeader = header;
+        built->mediaHeader = arena.Make<CSmhd>();
         built->mediaKind = kAudioMedia;
-        headerSize = header->size;
     }
     built->hdlr = arena.Make<CHdlr>();
     built->hdlr->Build(0, FourCC("dhlr"), 0, 0);
     built->dinf = arena.Make<CDinf>();
     built->dinf->Build(FourCC("alis"), arena);
-    built->size = table->size + headerSize + built->hdlr->size + built->dinf->size + 8;
-    built->image = built->ToBytes();
+    built->SetImage(built->ToBytes());
     return built;
 }
 
 std::vector<uint8_t> CMinf::ToBytes() const {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    if (auto* video = dynamic_cast<const CVmhd*>(mediaHeader)) out.bytes(video->image);
-    else if (auto* sound = dynamic_cast<const CSmhd*>(mediaHeader)) out.bytes(sound->image);
-    if (hdlr) out.bytes(hdlr->image);
-    if (dinf) out.bytes(dinf->image);
-    if (stbl) out.bytes(stbl->image);
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        if (auto* video = dynamic_cast<const CVmhd*>(mediaHeader)) out.bytes(video->image);
+        else if (auto* sound = dynamic_cast<const CSmhd*>(mediaHeader)) out.bytes(sound->image);
+        if (hdlr) out.bytes(hdlr->image);
+        if (dinf) out.bytes(dinf->image);
+        if (stbl) out.bytes(stbl->image);
+    });
 }
 
 }  // namespace tolmi

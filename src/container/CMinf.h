@@ -19,10 +19,11 @@
 #include "container/CStbl.h"
 #include "container/CVmhd.h"
 #include "streams/CObject.h"
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CMinf : public CObject {
+class CMinf : public CObject, public ImagedAtom {
 public:
     CMinf() = default;
     CMinf(const uint8_t* bytes, uint32_t length, AtomArena& arena);
@@ -33,10 +34,7 @@ public:
                                  AtomArena& arena);
     std::vector<uint8_t> ToBytes() const;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
     std::string mediaKind;  // from the header at offset 8; empty without one
-    std::vector<uint8_t> image;
     CVmhd* vmhd = nullptr;
     CSmhd* smhd = nullptr;
     CGmhd* gmhd = nullptr;

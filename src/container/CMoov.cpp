@@ -12,21 +12,12 @@ namespace {
 constexpr size_t kReservedTracks = 10;
 const CAtomCreationRequest kNoRequest;
 
-// Appends bytes at the end of file.
-void Append(File& file, const std::vector<uint8_t>& bytes) {
-    file.writeAt(file.size().value_or(0), bytes.data(), bytes.size());
-}
-
 }  // namespace
 
 CMoov::CMoov(const uint8_t* bytes, uint32_t length, AtomArena& arena) {
-    size = length;
-    Session().parsedTrackCount = 0;
     tracks.reserve(kReservedTracks);
+    ReadHeader(bytes, length);
     std::span<const uint8_t> atom(bytes, length);
-    ByteReader in(atom);
-    in.skip(4);
-    type = in.fourcc();
     for (ChildSearch search(atom, 8); search.More();) {
         if (search.Type() == FourCC("mvhd")) {
             search.TakeOrStep([&](auto child) { mvhd = arena.Make<CMvhd>(child.data(), uint32_t(child.size())); });
@@ -36,7 +27,6 @@ CMoov::CMoov(const uint8_t* bytes, uint32_t length, AtomArena& arena) {
             // The first track without usable media ends the movie; the tracks before it stay.
             if (!track->mdia) return;
             tracks.push_back(track);
-            ++Session().parsedTrackCount;
             search.Pass();
         } else {
             search.Step();
@@ -51,7 +41,6 @@ CMoov* CMoov::BuildRepairedMovie(const CAtomCreationRequest* videoRequest, const
     built->type = type;
     built->mvhd = mvhd;  // shared with this movie
     built->mvhd->UseVersionZeroLayout();
-    built->size = mvhd->size + 8;
     const double videoRate = TrackRate(kVideoTrack), audioRate = TrackRate(kAudioTrack);
     for (CTrak* reference : tracks) {
         const bool video = SameWord(reference->trackKind, kVideoTrack);
@@ -66,37 +55,37 @@ CMoov* CMoov::BuildRepairedMovie(const CAtomCreationRequest* videoRequest, const
         if (video) mvhd->duration = duration;
         track->FinishTrack(duration, arena);
         built->tracks.push_back(track);
-        built->size += track->size;
     }
+    mvhd->SetImage(mvhd->ToBytes());
     return built;
 }
 
-void CMoov::WriteMovie(File& file) {
+bool CMoov::WriteMovie(File& file) {
     RepairSession& session = Session();
     const uint64_t start = file.size().value_or(0);
-    uint8_t sizeWord[4], typeWord[4];
-    StoreU32be(sizeWord, size);
-    StoreU32be(typeWord, type);
+    const std::vector<uint8_t> bytes = ToBytes();
+    size = uint32_t(bytes.size());
 
     char text[64];
-    std::snprintf(text, sizeof text, "%" PRIu32 "$$%" PRIu64, LoadU32le(sizeWord), start);
+    std::snprintf(text, sizeof text, "%" PRIu32 "$$%" PRIu64, LoadU32le(bytes.data()), start);
     const bool previewFlag =
         SameWord(session.videoCoderFormat, kHvc1Format) || SameWord(session.audioCoderFormat, kMp4aFormat);
     session.previewDescriptor += text;
     session.previewDescriptor += previewFlag ? "$$1" : "$$0";
 
-    file.writeAt(start, sizeWord, sizeof sizeWord);
-    file.writeAt(file.size().value_or(0), typeWord, sizeof typeWord);
-    if (mvhd) {
-        mvhd->image = mvhd->ToBytes();
-        Append(file, mvhd->image);
-    }
-    for (const CTrak* track : tracks) Append(file, track->image);
     // The whole file reaches the disk once it is complete: one flush instead
     // of one behind every piece, which would cost as much again.
-    file.flush();
+    const bool written = file.writeAt(start, bytes.data(), bytes.size()) && file.flush();
     session.movOutputSize = file.size().value_or(0);
     if (file.isOpen()) file.close();
+    return written;
+}
+
+std::vector<uint8_t> CMoov::ToBytes() const {
+    return WriteAtom(type, [&](ByteWriter& out) {
+        if (mvhd) out.bytes(mvhd->image);
+        for (const CTrak* track : tracks) out.bytes(track->image);
+    });
 }
 
 double CMoov::TrackRate(const std::string& kind) const {

@@ -17,14 +17,14 @@
 #include "container/CTrak.h"
 #include "platform/File.h"
 #include "streams/CObject.h"
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CMoov : public CObject {
+class CMoov : public CObject, public AtomHeader {
 public:
     CMoov() = default;
-    // Reads mvhd and the tracks up to the first track without usable media;
-    // counts them in parsedTrackCount of the session.
+    // Reads mvhd and the tracks up to the first track without usable media.
     CMoov(const uint8_t* bytes, uint32_t length, AtomArena& arena);
 
     // On a movie read from a file: the movie of the rebuilt file, with one
@@ -36,8 +36,11 @@ public:
                               AtomArena& arena);
     // On a rebuilt movie: appends it to the end of file, adds its size word
     // and its position to previewDescriptor of the session, sets
-    // movOutputSize to the file's size, and closes the file.
-    void WriteMovie(File& file);
+    // movOutputSize to the file's size, and closes the file. False when the
+    // file could not take it all.
+    [[nodiscard]] bool WriteMovie(File& file);
+    // The movie's bytes: mvhd and the tracks as their images hold them.
+    std::vector<uint8_t> ToBytes() const;
 
     // MovieRate of the first track of that kind, 0.0 if none.
     double TrackRate(const std::string& kind) const;
@@ -46,8 +49,6 @@ public:
     // The first track of that kind, or none.
     CTrak* TrackByKind(const std::string& kind) const;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
     CMvhd* mvhd = nullptr;
     std::vector<CTrak*> tracks;  // in file order
 };

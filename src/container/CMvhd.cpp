@@ -5,10 +5,7 @@
 namespace tolmi {
 
 CMvhd::CMvhd(const uint8_t* bytes, uint32_t length) {
-    size = length;
-    ByteReader in(bytes, length);
-    in.skip(4);
-    type = in.fourcc();
+    ByteReader in = ReadHeader(bytes, length);
     versionFlags = in.u32be();
     creationTime = in.u32be();
     modificationTime = in.u32be();
@@ -25,25 +22,21 @@ CMvhd::CMvhd(const uint8_t* bytes, uint32_t length) {
 }
 
 void CMvhd::UseVersionZeroLayout() {
-    if (size == kFileSize) return;
-    size = kFileSize;
-    versionFlags &= 0x00ffffff;
+    if (size != kFileSize) versionFlags &= 0x00ffffff;
 }
 
 std::vector<uint8_t> CMvhd::ToBytes() const {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    for (uint32_t field : {versionFlags, creationTime, modificationTime, timeScale, duration, preferredRate})
-        out.u32be(field);
-    out.u16be(preferredVolume);
-    out.u16be(reserved1);
-    out.u64be(reserved2);
-    for (uint32_t field : matrix) out.u32be(field);
-    for (uint32_t field : {previewTime, previewDuration, posterTime, selectionTime, selectionDuration, currentTime,
-                           nextTrackId})
-        out.u32be(field);
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        for (uint32_t field : {versionFlags, creationTime, modificationTime, timeScale, duration, preferredRate})
+            out.u32be(field);
+        out.u16be(preferredVolume);
+        out.u16be(reserved1);
+        out.u64be(reserved2);
+        for (uint32_t field : matrix) out.u32be(field);
+        for (uint32_t field : {previewTime, previewDuration, posterTime, selectionTime, selectionDuration, currentTime,
+                               nextTrackId})
+            out.u32be(field);
+    });
 }
 
 }  // namespace tolmi

@@ -5,24 +5,21 @@
 
 #include <cstdint>
 #include <vector>
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CMvhd {
+class CMvhd : public ImagedAtom {
 public:
     static constexpr uint32_t kFileSize = 108;
 
     CMvhd(const uint8_t* bytes, uint32_t length);
-    virtual ~CMvhd() = default;
 
-    // Makes the object one that writes what its size says: a header of
-    // another length (version 1 and longer forms) is written in the 108
-    // bytes of version 0, and its version field is set to 0 to match.
+    // The header is written in the 108 bytes of version 0: one of another
+    // length (version 1 and longer forms) gets a version field of 0 to match.
     void UseVersionZeroLayout();
     std::vector<uint8_t> ToBytes() const;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
     uint32_t versionFlags = 0;
     uint32_t creationTime = 0;
     uint32_t modificationTime = 0;
@@ -40,7 +37,6 @@ public:
     uint32_t selectionDuration = 0;
     uint32_t currentTime = 0;
     uint32_t nextTrackId = 0;
-    std::vector<uint8_t> image;
 };
 
 }  // namespace tolmi

@@ -4,14 +4,14 @@
 
 namespace tolmi {
 
-CSmhd::CSmhd() : size(16), type(FourCC("smhd")), image(ToBytes()) {}
+CSmhd::CSmhd() {
+    type = FourCC("smhd");
+    SetImage(ToBytes());
+}
 
 CSmhd::CSmhd(const uint8_t* bytes, uint32_t length) {
-    size = length;
     CatchAll([&] {
-        ByteReader in(bytes, length);
-        in.skip(4);
-        type = in.fourcc();
+        ByteReader in = ReadHeader(bytes, length);
         versionFlags = in.u32be();
         balance = in.u16be();
         reserved = in.u16be();
@@ -19,13 +19,11 @@ CSmhd::CSmhd(const uint8_t* bytes, uint32_t length) {
 }
 
 std::vector<uint8_t> CSmhd::ToBytes() const {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    out.u32be(versionFlags);
-    out.u16be(balance);
-    out.u16be(reserved);
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        out.u32be(versionFlags);
+        out.u16be(balance);
+        out.u16be(reserved);
+    });
 }
 
 }  // namespace tolmi

@@ -6,22 +6,20 @@
 #include <vector>
 
 #include "streams/CObject.h"
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CSmhd : public CObject {
+class CSmhd : public CObject, public ImagedAtom {
 public:
     CSmhd();
     CSmhd(const uint8_t* bytes, uint32_t length);
 
     std::vector<uint8_t> ToBytes() const;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
     uint32_t versionFlags = 0;
     uint16_t balance = 0;
     uint16_t reserved = 0;
-    std::vector<uint8_t> image;
 };
 
 }  // namespace tolmi

@@ -4,11 +4,9 @@
 
 namespace tolmi {
 
-uint32_t sampleTableBytes = 0;
-
 namespace {
 
-// When a known child's size counts towards sampleTableBytes: before the
+// When a known child's size counts towards knownChildBytes: before the
 // fit test (a child that does not fit spoils the sum) or after it.
 enum class SizeRule { Unknown, BeforeFit, AfterFit };
 
@@ -36,26 +34,21 @@ uint32_t PcmSampleCount(size_t chunkCount, const std::vector<CSampleToChunkEnter
 }  // namespace
 
 CStbl::CStbl(const uint8_t* bytes, uint32_t length, AtomArena& arena) {
-    size = length;
-    // The sum belongs to this table alone; the minf reader clears it after its test anyway.
-    sampleTableBytes = 0;
     CatchAll([&] {
+        ReadHeader(bytes, length);
         std::span<const uint8_t> atom(bytes, length);
-        ByteReader in(atom);
-        in.skip(4);
-        type = in.fourcc();
         for (ChildSearch search(atom, 8); search.More();) {
             const SizeRule rule = RuleFor(search.Type());
             if (rule == SizeRule::Unknown) {
                 search.Step();
                 continue;
             }
-            if (rule == SizeRule::BeforeFit) sampleTableBytes += search.SizeField();
+            if (rule == SizeRule::BeforeFit) knownChildBytes += search.SizeField();
             if (!search.Fits()) {
                 search.Step();
                 continue;
             }
-            if (rule == SizeRule::AfterFit) sampleTableBytes += search.SizeField();
+            if (rule == SizeRule::AfterFit) knownChildBytes += search.SizeField();
             ReadChild(search.Type(), search.Child(), arena);
             search.Pass();
         }
@@ -92,14 +85,12 @@ CStbl* CStbl::BuildSampleTable(const CAtomCreationRequest& request, AtomArena& a
     built->stts = arena.Make<CStts>();
     if (!BuildChunkTables(request, *built)) return nullptr;
 
-    const uint32_t videoTables = TakeVideoTables(request, *built);
+    TakeVideoTables(request, *built);
     uint32_t duration = TruncLow32(double(request.timeScale) / request.sampleRate);
     if (duration == 0) duration = SameWord(request.requestKind, kVideoRequest) ? 1 : 1024;
     built->stts->Build(built->stsz->count, duration, arena);
 
-    built->size = built->stsd->size + built->stco->size + built->stsz->size + built->stts->size +
-                  built->stsc->size + videoTables + 8;
-    built->image = built->ToBytes();
+    built->SetImage(built->ToBytes());
     return built;
 }
 
@@ -123,32 +114,24 @@ bool CStbl::BuildChunkTables(const CAtomCreationRequest& request, CStbl& built) 
     return true;
 }
 
-// ctts and stss of a rebuilt video track; returns the bytes they add.
-uint32_t CStbl::TakeVideoTables(const CAtomCreationRequest& request, CStbl& built) {
-    if (!SameWord(request.requestKind, kVideoRequest)) return 0;
-    uint32_t added = 0;
-    // A reference ctts whose image disagrees with its size (a count that
-    // does not match the table) would break the rebuilt movie's sizes.
-    if (ctts && ctts->count > 1 && ctts->image.size() == ctts->size) {
-        built.ctts = ctts;
-        added += ctts->size;
-    }
+// ctts and stss of a rebuilt video track.
+void CStbl::TakeVideoTables(const CAtomCreationRequest& request, CStbl& built) {
+    if (!SameWord(request.requestKind, kVideoRequest)) return;
+    // A reference ctts whose count does not match its table (its image is
+    // not as long as the atom) is left out.
+    if (ctts && ctts->count > 1 && ctts->image.size() == ctts->size) built.ctts = ctts;
     if (stss) {
         const uint32_t interval = stss->sampleNumbers.size() >= 2 ? stss->sampleNumbers[1] : 2;
         built.stss->Build(built.stsz->count, interval);
-        added += built.stss->size;
     }
-    return added;
 }
 
 std::vector<uint8_t> CStbl::ToBytes() const {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    for (const std::vector<uint8_t>* child :
-         {&stsd->image, &stss->image, &ctts->image, &stts->image, &stsc->image, &stsz->image, &stco->image})
-        out.bytes(*child);
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        for (const std::vector<uint8_t>* child :
+             {&stsd->image, &stss->image, &ctts->image, &stts->image, &stsc->image, &stsz->image, &stco->image})
+            out.bytes(*child);
+    });
 }
 
 }  // namespace tolmi

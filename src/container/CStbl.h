@@ -17,29 +17,24 @@
 #include "container/CStss.h"
 #include "container/CStsz.h"
 #include "container/CStts.h"
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-// The sizes of the known children of the last stbl read, added up by the
-// stbl reader and tested and cleared by the minf reader: sampleTableBytes
-// + 8 equals the stbl's size exactly when it holds nothing but the fifteen
-// kinds of child that the reader knows. Used by the one thread that reads
-// a file.
-extern uint32_t sampleTableBytes;
-
-class CStbl {
+class CStbl : public ImagedAtom {
 public:
     CStbl() = default;
     CStbl(const uint8_t* bytes, uint32_t length, AtomArena& arena);
-    virtual ~CStbl() = default;
 
     // On the stbl of a reference track: the tables of the rebuilt track.
     // None when the reference lacks a table the rebuild must take from it
     // (stsd, or stsc for big-endian PCM).
     CStbl* BuildSampleTable(const CAtomCreationRequest& request, AtomArena& arena);
 
-    uint32_t size = 0;
-    uint32_t type = 0;
+    // The sizes of the known children added up as they were read: this
+    // + 8 equals size exactly when the table holds nothing but the fifteen
+    // kinds of child that the reader knows (the minf reader's health test).
+    uint32_t knownChildBytes = 0;
     CStsd* stsd = nullptr;
     CStts* stts = nullptr;
     CStss* stss = nullptr;
@@ -47,12 +42,11 @@ public:
     CStsz* stsz = nullptr;
     CStco* stco = nullptr;
     CCtts* ctts = nullptr;
-    std::vector<uint8_t> image;
 
 private:
     void ReadChild(uint32_t childType, std::span<const uint8_t> child, AtomArena& arena);
     bool BuildChunkTables(const CAtomCreationRequest& request, CStbl& built);
-    uint32_t TakeVideoTables(const CAtomCreationRequest& request, CStbl& built);
+    void TakeVideoTables(const CAtomCreationRequest& request, CStbl& built);
     // Only for a built table, whose seven children all exist.
     std::vector<uint8_t> ToBytes() const;
 };

@@ -5,11 +5,8 @@
 namespace tolmi {
 
 CStco::CStco(const uint8_t* bytes, uint32_t length, bool wide) {
-    size = length;
     CatchAll([&] {
-        ByteReader in(bytes, length);
-        in.skip(4);
-        type = in.fourcc();
+        ByteReader in = ReadHeader(bytes, length);
         versionFlags = in.u32be();
         count = in.u32be();
         ReadEntries(in, count, wide ? 8 : 4, [&](std::span<const uint8_t> entry) {
@@ -23,18 +20,15 @@ void CStco::Build(const std::vector<uint64_t>& list) {
     versionFlags = 0;
     offsets = list;
     count = uint32_t(offsets.size());
-    size = 8 * count + 16;
-    image = ToBytes();
+    SetImage(ToBytes());
 }
 
 std::vector<uint8_t> CStco::ToBytes() const {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    out.u32be(versionFlags);
-    out.u32be(count);
-    for (uint64_t offset : offsets) out.u64be(offset);
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        out.u32be(versionFlags);
+        out.u32be(count);
+        for (uint64_t offset : offsets) out.u64be(offset);
+    });
 }
 
 }  // namespace tolmi

@@ -4,26 +4,23 @@
 
 #include <cstdint>
 #include <vector>
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CStco {
+class CStco : public ImagedAtom {
 public:
     CStco() = default;
     // wide: the atom is co64, else stco.
     CStco(const uint8_t* bytes, uint32_t length, bool wide);
-    virtual ~CStco() = default;
 
-    // A co64 of the offsets, copied; size 8 x count + 16.
+    // A co64 of the offsets, copied.
     void Build(const std::vector<uint64_t>& offsets);
     std::vector<uint8_t> ToBytes() const;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
     uint32_t versionFlags = 0;
     uint32_t count = 0;
     std::vector<uint64_t> offsets;
-    std::vector<uint8_t> image;
 };
 
 }  // namespace tolmi

@@ -5,10 +5,7 @@
 namespace tolmi {
 
 CStsc::CStsc(const uint8_t* bytes, uint32_t length, AtomArena& arena) {
-    size = length;
-    ByteReader in(bytes, length);
-    in.skip(4);
-    type = in.fourcc();
+    ByteReader in = ReadHeader(bytes, length);
     versionFlags = in.u32be();
     count = in.u32be();
     ReadEntries(in, count, CSampleToChunkEntery::kFileSize, [&](std::span<const uint8_t> entry) {
@@ -21,28 +18,20 @@ void CStsc::Build(const std::vector<CSampleToChunkEntery*>& rows) {
     versionFlags = 0;
     entries = rows;
     count = uint32_t(entries.size());
-    size = CSampleToChunkEntery::kFileSize * count + 16;
-    image = ToBytes();
+    SetImage(ToBytes());
 }
 
-void CStsc::Rewrite() {
-    // A table read from a file may have held fewer rows than its count
-    // said; the size must agree with what is written.
-    size = CSampleToChunkEntery::kFileSize * uint32_t(entries.size()) + 16;
-    image = ToBytes();
-}
+void CStsc::Rewrite() { SetImage(ToBytes()); }
 
 std::vector<uint8_t> CStsc::ToBytes() {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    out.u32be(versionFlags);
-    out.u32be(count);
-    for (CSampleToChunkEntery* entry : entries) {
-        entry->image = entry->ToBytes();
-        out.bytes(entry->image);
-    }
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        out.u32be(versionFlags);
+        out.u32be(count);
+        for (CSampleToChunkEntery* entry : entries) {
+            entry->image = entry->ToBytes();
+            out.bytes(entry->image);
+        }
+    });
 }
 
 }  // namespace tolmi

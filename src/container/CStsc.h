@@ -8,29 +8,27 @@
 
 #include "container/AtomArena.h"
 #include "container/CSampleToChunkEntery.h"
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CStsc {
+class CStsc : public ImagedAtom {
 public:
     CStsc() = default;
     // Reads the rows that lie inside the atom; makes no image.
     CStsc(const uint8_t* bytes, uint32_t length, AtomArena& arena);
-    virtual ~CStsc() = default;
 
-    // Takes the rows (the pointers, not copies of the rows); size 12 x count + 16.
+    // Takes the rows (the pointers, not copies of the rows).
     void Build(const std::vector<CSampleToChunkEntery*>& rows);
-    // Makes image anew from the rows held; size follows the rows.
+    // Makes image anew from the rows held (a table read from a file may
+    // hold fewer rows than its count says).
     void Rewrite();
     // Writes each row's image anew just before it uses it.
     std::vector<uint8_t> ToBytes();
 
-    uint32_t size = 0;
-    uint32_t type = 0;
     uint32_t versionFlags = 0;
     uint32_t count = 0;
     std::vector<CSampleToChunkEntery*> entries;
-    std::vector<uint8_t> image;
 };
 
 }  // namespace tolmi

@@ -20,12 +20,9 @@ const char* VideoFormatWord(uint32_t format) {
 }  // namespace
 
 CStsd::CStsd(const uint8_t* bytes, uint32_t length, AtomArena& arena) {
-    size = length;
     CatchAll([&] {
+        ByteReader in = ReadHeader(bytes, length);
         image.assign(bytes, bytes + length);
-        ByteReader in(bytes, length);
-        in.skip(4);
-        type = in.fourcc();
         versionFlags = in.u32be();
         count = in.u32be();
         ReadEntries({bytes, length}, arena);

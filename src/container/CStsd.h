@@ -16,10 +16,11 @@
 #include "container/CVideoSampleDescriptionEntery.h"
 #include "streams/CObject.h"
 #include "streams/DecoderSpecifiInfoWrapper.h"
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CStsd : public CObject {
+class CStsd : public CObject, public ImagedAtom {
 public:
     CStsd() = default;
     CStsd(const uint8_t* bytes, uint32_t length, AtomArena& arena);
@@ -37,13 +38,10 @@ public:
     // first entry's esds; none unless coderFormat is mp4a.
     DecoderSpecifiInfoWrapper* AacConfig(AtomArena& arena) const;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
     uint32_t versionFlags = 0;
     uint32_t count = 0;
     std::string coderFormat;  // of the last entry recognised
     std::vector<CObject*> entries;
-    std::vector<uint8_t> image;
     CVideoSampleDescriptionEntery* videoEntry = nullptr;  // the last video entry
     CAudioSampleDescriptionEntery* audioEntry = nullptr;  // the last audio entry
 

@@ -5,10 +5,7 @@
 namespace tolmi {
 
 CStss::CStss(const uint8_t* bytes, uint32_t length) {
-    size = length;
-    ByteReader in(bytes, length);
-    in.skip(4);
-    type = in.fourcc();
+    ByteReader in = ReadHeader(bytes, length);
     versionFlags = in.u32be();
     count = in.u32be();
     ReadEntries(in, count, 4, [&](std::span<const uint8_t> entry) { sampleNumbers.push_back(LoadU32be(entry.data())); });
@@ -27,18 +24,15 @@ void CStss::Build(uint32_t sampleCount, uint32_t interval) {
     // Each number lies k - 1 behind the one before; the 32-bit arithmetic wraps as the table's fields do.
     uint32_t number = 1;
     for (uint32_t i = 0; i < count; ++i, number += k - 1) sampleNumbers.push_back(number);
-    size = 4 * count + 16;
-    image = ToBytes();
+    SetImage(ToBytes());
 }
 
 std::vector<uint8_t> CStss::ToBytes() const {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    out.u32be(versionFlags);
-    out.u32be(count);
-    for (uint32_t number : sampleNumbers) out.u32be(number);
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        out.u32be(versionFlags);
+        out.u32be(count);
+        for (uint32_t number : sampleNumbers) out.u32be(number);
+    });
 }
 
 }  // namespace tolmi

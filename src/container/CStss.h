@@ -5,26 +5,23 @@
 
 #include <cstdint>
 #include <vector>
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CStss {
+class CStss : public ImagedAtom {
 public:
     CStss() = default;
     CStss(const uint8_t* bytes, uint32_t length);
-    virtual ~CStss() = default;
 
     // The grid for sampleCount samples with interval, a sample number of
-    // the reference (an interval of 0 counts as 2); size 4 x count + 16.
+    // the reference (an interval of 0 counts as 2).
     void Build(uint32_t sampleCount, uint32_t interval);
     std::vector<uint8_t> ToBytes() const;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
     uint32_t versionFlags = 0;
     uint32_t count = 0;
     std::vector<uint32_t> sampleNumbers;  // 1-based
-    std::vector<uint8_t> image;
 };
 
 }  // namespace tolmi

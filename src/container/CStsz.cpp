@@ -5,11 +5,8 @@
 namespace tolmi {
 
 CStsz::CStsz(const uint8_t* bytes, uint32_t length) {
-    size = length;
     CatchAll([&] {
-        ByteReader in(bytes, length);
-        in.skip(4);
-        type = in.fourcc();
+        ByteReader in = ReadHeader(bytes, length);
         versionFlags = in.u32be();
         sampleSize = in.u32be();
         count = in.u32be();
@@ -24,8 +21,7 @@ void CStsz::BuildByList(const std::vector<uint32_t>& list) {
     sampleSize = 0;
     sizes = list;
     count = uint32_t(sizes.size());
-    size = 4 * count + 20;
-    image = ToBytes();
+    SetImage(ToBytes());
 }
 
 void CStsz::BuildByConstant(uint32_t sampleCount, uint32_t constantSize) {
@@ -34,20 +30,17 @@ void CStsz::BuildByConstant(uint32_t sampleCount, uint32_t constantSize) {
     sampleSize = constantSize;
     count = sampleCount;
     sizes.clear();
-    size = 20;
-    image = ToBytes();
+    SetImage(ToBytes());
 }
 
 std::vector<uint8_t> CStsz::ToBytes() const {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    out.u32be(versionFlags);
-    out.u32be(sampleSize);
-    out.u32be(count);
-    if (sampleSize == 0)
-        for (uint32_t sampleBytes : sizes) out.u32be(sampleBytes);
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        out.u32be(versionFlags);
+        out.u32be(sampleSize);
+        out.u32be(count);
+        if (sampleSize == 0)
+            for (uint32_t sampleBytes : sizes) out.u32be(sampleBytes);
+    });
 }
 
 }  // namespace tolmi

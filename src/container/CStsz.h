@@ -4,30 +4,27 @@
 
 #include <cstdint>
 #include <vector>
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CStsz {
+class CStsz : public ImagedAtom {
 public:
     CStsz() = default;
     CStsz(const uint8_t* bytes, uint32_t length);
-    virtual ~CStsz() = default;
 
-    // One size per sample, copied; size 4 x count + 20.
+    // One size per sample, copied.
     void BuildByList(const std::vector<uint32_t>& sizes);
-    // count samples of sampleSize each, no list; size 20.
+    // count samples of sampleSize each, no list.
     void BuildByConstant(uint32_t sampleCount, uint32_t constantSize);
     // The sample size field comes before the count; the sizes follow only
     // when that field is 0.
     std::vector<uint8_t> ToBytes() const;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
     uint32_t versionFlags = 0;
     uint32_t sampleSize = 0;
     uint32_t count = 0;
     std::vector<uint32_t> sizes;
-    std::vector<uint8_t> image;
 };
 
 }  // namespace tolmi

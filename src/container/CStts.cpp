@@ -5,11 +5,8 @@
 namespace tolmi {
 
 CStts::CStts(const uint8_t* bytes, uint32_t length, AtomArena& arena) {
-    size = length;
     CatchAll([&] {
-        ByteReader in(bytes, length);
-        in.skip(4);
-        type = in.fourcc();
+        ByteReader in = ReadHeader(bytes, length);
         versionFlags = in.u32be();
         count = in.u32be();
         ReadEntries(in, count, CTimetoSampleEntry::kFileSize, [&](std::span<const uint8_t> entry) {
@@ -23,20 +20,17 @@ void CStts::Build(uint32_t sampleCount, uint32_t sampleDuration, AtomArena& aren
     versionFlags = 0;
     entries = {arena.Make<CTimetoSampleEntry>(sampleCount, sampleDuration)};
     count = uint32_t(entries.size());
-    size = CTimetoSampleEntry::kFileSize * count + 16;
-    image = ToBytes();
+    SetImage(ToBytes());
 }
 
 uint32_t CStts::FirstDuration() const { return entries.empty() ? 0 : entries.front()->sampleDuration; }
 
 std::vector<uint8_t> CStts::ToBytes() const {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    out.u32be(versionFlags);
-    out.u32be(count);
-    for (const CTimetoSampleEntry* entry : entries) out.bytes(entry->image.empty() ? entry->ToBytes() : entry->image);
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        out.u32be(versionFlags);
+        out.u32be(count);
+        for (const CTimetoSampleEntry* entry : entries) out.bytes(entry->image.empty() ? entry->ToBytes() : entry->image);
+    });
 }
 
 }  // namespace tolmi

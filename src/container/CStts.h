@@ -7,28 +7,25 @@
 
 #include "container/AtomArena.h"
 #include "container/CTimetoSampleEntry.h"
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CStts {
+class CStts : public ImagedAtom {
 public:
     CStts() = default;
     // Reads the rows that lie inside the atom; makes no image.
     CStts(const uint8_t* bytes, uint32_t length, AtomArena& arena);
-    virtual ~CStts() = default;
 
-    // One row of sampleCount samples of sampleDuration; size 24.
+    // One row of sampleCount samples of sampleDuration.
     void Build(uint32_t sampleCount, uint32_t sampleDuration, AtomArena& arena);
     // Duration of the first row, 0 without rows.
     uint32_t FirstDuration() const;
     std::vector<uint8_t> ToBytes() const;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
     uint32_t versionFlags = 0;
     uint32_t count = 0;
     std::vector<CTimetoSampleEntry*> entries;
-    std::vector<uint8_t> image;
 };
 
 }  // namespace tolmi

@@ -13,7 +13,6 @@ public:
     CTimetoSampleEntry(const uint8_t* bytes, uint32_t length);
     // A row for the rebuilt table; makes its image at once.
     CTimetoSampleEntry(uint32_t sampleCount, uint32_t sampleDuration);
-    virtual ~CTimetoSampleEntry() = default;
 
     std::vector<uint8_t> ToBytes() const;
 

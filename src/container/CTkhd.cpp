@@ -5,11 +5,8 @@
 namespace tolmi {
 
 CTkhd::CTkhd(const uint8_t* bytes, uint32_t length) {
-    size = length;
     CatchAll([&] {
-        ByteReader in(bytes, length);
-        in.skip(4);
-        type = in.fourcc();
+        ByteReader in = ReadHeader(bytes, length);
         versionFlags = in.u32be();
         creationTime = in.u32be();
         modificationTime = in.u32be();
@@ -28,22 +25,18 @@ CTkhd::CTkhd(const uint8_t* bytes, uint32_t length) {
 }
 
 void CTkhd::UseVersionZeroLayout() {
-    if (size == kFileSize) return;
-    size = kFileSize;
-    versionFlags &= 0x00ffffff;
+    if (size != kFileSize) versionFlags &= 0x00ffffff;
 }
 
 std::vector<uint8_t> CTkhd::ToBytes() const {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    for (uint32_t field : {versionFlags, creationTime, modificationTime, trackId, reserved1, duration}) out.u32be(field);
-    out.u64be(reserved2);
-    for (uint16_t field : {layer, alternateGroup, volume, reserved3}) out.u16be(field);
-    for (uint32_t field : matrix) out.u32be(field);
-    out.u32be(width);
-    out.u32be(height);
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        for (uint32_t field : {versionFlags, creationTime, modificationTime, trackId, reserved1, duration}) out.u32be(field);
+        out.u64be(reserved2);
+        for (uint16_t field : {layer, alternateGroup, volume, reserved3}) out.u16be(field);
+        for (uint32_t field : matrix) out.u32be(field);
+        out.u32be(width);
+        out.u32be(height);
+    });
 }
 
 }  // namespace tolmi

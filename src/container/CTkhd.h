@@ -5,24 +5,21 @@
 
 #include <cstdint>
 #include <vector>
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CTkhd {
+class CTkhd : public ImagedAtom {
 public:
     static constexpr uint32_t kFileSize = 92;
 
     CTkhd(const uint8_t* bytes, uint32_t length);
-    virtual ~CTkhd() = default;
 
-    // Makes the object one that writes what its size says: a header of
-    // another length (version 1, or cut short) is written in the 92 bytes
-    // of version 0, and its version field is set to 0 to match.
+    // The header is written in the 92 bytes of version 0: one of another
+    // length (version 1, or cut short) gets a version field of 0 to match.
     void UseVersionZeroLayout();
     std::vector<uint8_t> ToBytes() const;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
     uint32_t versionFlags = 0;
     uint32_t creationTime = 0;
     uint32_t modificationTime = 0;
@@ -37,7 +34,6 @@ public:
     uint32_t matrix[9] = {};
     uint32_t width = 0;
     uint32_t height = 0;
-    std::vector<uint8_t> image;
 };
 
 }  // namespace tolmi

@@ -12,11 +12,8 @@ constexpr size_t kSearchTail = 9;
 }
 
 CTrak::CTrak(const uint8_t* bytes, uint32_t length, AtomArena& arena) {
-    size = length;
+    ReadHeader(bytes, length);
     std::span<const uint8_t> atom(bytes, length);
-    ByteReader in(atom);
-    in.skip(4);
-    type = in.fourcc();
     const auto first = FirstChild(atom);
     tkhd = arena.Make<CTkhd>(first.data(), uint32_t(first.size()));
     for (ChildSearch search(atom, 8 + first.size(), kSearchTail); search.More();) {
@@ -85,31 +82,27 @@ CTrak* CTrak::BuildTrack(const CAtomCreationRequest& request, AtomArena& arena) 
     built->tkhd = tkhd;  // shared with the reference
     built->tkhd->UseVersionZeroLayout();
     built->mdia = media;
-    built->size = built->tkhd->size + media->size + 8;
     built->RefreshSummary();
     return built;
 }
 
 void CTrak::FinishTrack(uint32_t movieDuration, AtomArena& arena) {
     tkhd->duration = movieDuration;
-    tkhd->image = tkhd->ToBytes();
+    tkhd->SetImage(tkhd->ToBytes());
     if (SameWord(trackKind, kVideoTrack)) {
         edts = arena.Make<CEdts>();
         edts->Build(movieDuration, firstDuration, arena);
-        size += edts->size;
     }
-    image = ToBytes();
+    SetImage(ToBytes());
     RefreshSummary();
 }
 
 std::vector<uint8_t> CTrak::ToBytes() const {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    if (tkhd) out.bytes(tkhd->image);
-    if (edts) out.bytes(edts->image);
-    if (mdia) out.bytes(mdia->image);
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        if (tkhd) out.bytes(tkhd->image);
+        if (edts) out.bytes(edts->image);
+        if (mdia) out.bytes(mdia->image);
+    });
 }
 
 }  // namespace tolmi

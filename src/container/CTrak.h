@@ -14,17 +14,17 @@
 #include "container/CMdia.h"
 #include "container/CTkhd.h"
 #include "container/CUdta.h"
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
 class CStsd;
 
-class CTrak {
+class CTrak : public ImagedAtom {
 public:
     CTrak() = default;
     // Reads the track; with usable media it classifies it and sums it up.
     CTrak(const uint8_t* bytes, uint32_t length, AtomArena& arena);
-    virtual ~CTrak() = default;
 
     // On a reference track: a new track with new media built from request,
     // or none when the media cannot be built.
@@ -40,8 +40,6 @@ public:
     CStsd* Stsd() const;
     std::vector<uint8_t> ToBytes() const;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
     uint32_t timeScale = 0;       // media time scale, from mdhd
     uint32_t duration = 0;        // media duration, from mdhd
     uint32_t sampleCount = 0;     // count of stsz
@@ -49,7 +47,6 @@ public:
     uint32_t trackDuration = 0;   // duration of tkhd
     double MovieRate = 0.0;       // entries of stsz per second of media
     std::string trackKind;
-    std::vector<uint8_t> image;   // filled only in a rebuilt track
     CEdts* edts = nullptr;
     CMdia* mdia = nullptr;        // none if the media was not usable
     CUdta* udta = nullptr;

@@ -5,12 +5,7 @@
 namespace tolmi {
 
 CUdta::CUdta(const uint8_t* bytes, uint32_t length) {
-    size = length;
-    CatchAll([&] {
-        ByteReader in(bytes, length);
-        in.skip(4);
-        type = in.fourcc();
-    });
+    ReadHeader(bytes, length);
 }
 
 }  // namespace tolmi

@@ -4,17 +4,14 @@
 
 #include <cstdint>
 #include <vector>
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CUdta {
+class CUdta : public AtomHeader {
 public:
     CUdta(const uint8_t* bytes, uint32_t length);
-    virtual ~CUdta() = default;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
-    std::vector<uint8_t> image;
 };
 
 }  // namespace tolmi

@@ -4,14 +4,14 @@
 
 namespace tolmi {
 
-CVmhd::CVmhd() : size(20), type(FourCC("vmhd")), versionFlags(1), image(ToBytes()) {}
+CVmhd::CVmhd() : versionFlags(1) {
+    type = FourCC("vmhd");
+    SetImage(ToBytes());
+}
 
 CVmhd::CVmhd(const uint8_t* bytes, uint32_t length) {
-    size = length;
     CatchAll([&] {
-        ByteReader in(bytes, length);
-        in.skip(4);
-        type = in.fourcc();
+        ByteReader in = ReadHeader(bytes, length);
         versionFlags = in.u32be();
         graphicsMode = in.u16be();
         opcolorRed = in.u16be();
@@ -21,12 +21,10 @@ CVmhd::CVmhd(const uint8_t* bytes, uint32_t length) {
 }
 
 std::vector<uint8_t> CVmhd::ToBytes() const {
-    std::vector<uint8_t> bytes;
-    ByteWriter out(bytes);
-    WriteAtomHeader(out, size, type);
-    out.u32be(versionFlags);
-    for (uint16_t field : {graphicsMode, opcolorRed, opcolorGreen, opcolorBlue}) out.u16be(field);
-    return bytes;
+    return WriteAtom(type, [&](ByteWriter& out) {
+        out.u32be(versionFlags);
+        for (uint16_t field : {graphicsMode, opcolorRed, opcolorGreen, opcolorBlue}) out.u16be(field);
+    });
 }
 
 }  // namespace tolmi

@@ -6,24 +6,22 @@
 #include <vector>
 
 #include "streams/CObject.h"
+#include "container/AtomSupport.h"
 
 namespace tolmi {
 
-class CVmhd : public CObject {
+class CVmhd : public CObject, public ImagedAtom {
 public:
     CVmhd();
     CVmhd(const uint8_t* bytes, uint32_t length);
 
     std::vector<uint8_t> ToBytes() const;
 
-    uint32_t size = 0;
-    uint32_t type = 0;
     uint32_t versionFlags = 0;
     uint16_t graphicsMode = 0;
     uint16_t opcolorRed = 0;
     uint16_t opcolorGreen = 0;
     uint16_t opcolorBlue = 0;
-    std::vector<uint8_t> image;
 };
 
 }  // namespace tolmi

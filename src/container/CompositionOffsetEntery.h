@@ -13,7 +13,6 @@ public:
 
     // Reads the 8 bytes of a row and makes its image.
     CompositionOffsetEntery(const uint8_t* bytes, uint32_t length);
-    virtual ~CompositionOffsetEntery() = default;
 
     std::vector<uint8_t> ToBytes() const;
 

@@ -150,15 +150,14 @@ void BlockScan::ReadMovie(uint64_t at, uint32_t size) {
     }
 }
 
-void GFile::ScanFile(std::string path) {
-    (void)path;  // the same as scanPath, which is what the scan opens
+void GFile::ScanFile(const std::string& path) {
     RepairSession& session = Session();
     session.jobLive = 1;
     movie = nullptr;
     mediaData = nullptr;
     fileType = nullptr;
     File file;
-    if (!file.open(session.scanPath, FileAccess::Read, FileCreation::OpenExisting)) return ReportOpenFailure();
+    if (!file.open(path, FileAccess::Read, FileCreation::OpenExisting)) return ReportOpenFailure();
     const uint64_t fileSize = file.size().value_or(0);
     BlockScan(*this, file, fileSize).Run();
     file.close();

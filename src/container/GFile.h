@@ -39,12 +39,11 @@ public:
     GFile(const GFile&) = delete;
     GFile& operator=(const GFile&) = delete;
 
-    // The scan. `path` is a copy of scanPath of the session, and it is
-    // Session().scanPath that is opened. Sets jobLive to 1 and ends early
+    // The scan of the file at path. Sets jobLive to 1 and ends early
     // when it drops to 0. A file that cannot be opened sets messageKind 4
     // and jobFailed 1 and shows nothing. Afterwards `movie` is the last
     // usable moov found, or none: a file is healthy exactly when it has one.
-    void ScanFile(std::string path);
+    void ScanFile(const std::string& path);
     // The test of a moov candidate: bytes points at its size field and
     // holds at least 24 bytes; true if the type of the first child behind
     // an 8- or a 16-byte header is mvhd, uuid, free, udta or trak.

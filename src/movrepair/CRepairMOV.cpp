@@ -115,6 +115,7 @@ private:
     void OpenOutput();
     void CloseOutput();
     bool WriteSettledRuns();
+    bool CopyRun(const SampleRun& run);
     int ProgressPercent(uint64_t position, uint64_t fileSize);
     void ShowWalkTo(uint64_t position);
     bool RunInStep();
@@ -217,16 +218,20 @@ void MediaDataScan::CloseOutput() {
 }
 
 // Writes the samples of the runs recorded since the last call, once the
-// head of the runs is final. False when the job was stopped.
+// head of the runs is final. False when the job was stopped or a write failed.
 bool MediaDataScan::WriteSettledRuns() {
     if (!copier_ || !headSettled_) return true;
     for (; state_.writtenRuns < state_.sampleRuns.size(); ++state_.writtenRuns) {
-        if (WaitWhilePaused()) return false;
-        for (const auto& sample : state_.sampleRuns[state_.writtenRuns])
-            if (!copier_->Add(*sample)) return false;
-        if (!copier_->Flush()) return false;
+        if (WaitWhilePaused() || !CopyRun(state_.sampleRuns[state_.writtenRuns])) return false;
     }
     return true;
+}
+
+bool MediaDataScan::CopyRun(const SampleRun& run) {
+    const auto add = [&](const auto& sample) { return copier_->Add(*sample); };
+    const bool copied = std::all_of(run.begin(), run.end(), add) && copier_->Flush();
+    state_.outputFailed = copier_->Failed();
+    return copied;
 }
 
 // The percentage of the walk; while the searches are behind it, of the
@@ -640,7 +645,8 @@ void CRepairMOV::WriteRepairedFile(std::string tempPath, std::string damagedPath
 void CRepairMOV::WriteSampleData(File& out, DamagedFile& in) {
     RepairSession& s = Session();
     MovRepairState& state = MovState();
-    if (WaitWhilePaused()) return out.close();
+    // A write that failed leaves a file without its movie, which the job's check reports.
+    if (WaitWhilePaused() || state.outputFailed) return out.close();
     // A scan that ran and found no video frame says so; the reference is not to blame.
     if (state.found.scanned && state.videoSamples.empty()) return GiveUp(out, "IDS_MOVERROR3");
     // No run found, whatever the reason (a scan that did not run leaves no requests).
@@ -650,7 +656,7 @@ void CRepairMOV::WriteSampleData(File& out, DamagedFile& in) {
     // Room for the header of the media data atom, written when its size is known.
     state.mediaHeaderPos = 0;
     const uint8_t room[16] = {};
-    out.writeAt(0, room, sizeof room);
+    if (!out.writeAt(0, room, sizeof room)) return out.close();
     s.movOutputSize = state.writtenRuns > 0 ? sizeof room : out.size().value_or(0);
 
     s.Ui().showStatus("Writing audio / video data forks..");
@@ -708,10 +714,12 @@ void CRepairMOV::FinishMovie(File& out) {
     writer.u32be(1);
     writer.fourcc(FourCC("mdat"));
     writer.u64be(s.movOutputSize);
-    out.writeAt(state.mediaHeaderPos, header.data(), header.size());
+    const bool headerWritten = out.writeAt(state.mediaHeaderPos, header.data(), header.size());
 
-    if (state.repairedFile->movie) state.repairedFile->movie->WriteMovie(out);
-    else GiveUp(out, "IDS_UNHEALTHY_1");  // a reference movie without a header gives no movie to write
+    // A reference movie without a header gives no movie to write. A failed
+    // write leaves the file short, which the job's check reports.
+    if (!state.repairedFile->movie) GiveUp(out, "IDS_UNHEALTHY_1");
+    else if (!headerWritten || !state.repairedFile->movie->WriteMovie(out)) state.outputFailed = true;
     out.close();
     state.sampleRuns.clear();
     state.videoSamples.clear();

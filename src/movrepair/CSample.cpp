@@ -7,6 +7,4 @@ namespace tolmi {
 CSample::CSample(uint64_t offset, uint64_t size, std::string type, std::unique_ptr<CNALU> nal)
     : offset(offset), size(size), type(std::move(type)), nal(std::move(nal)) {}
 
-CSample::~CSample() = default;
-
 }  // namespace tolmi

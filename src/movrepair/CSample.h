@@ -13,7 +13,6 @@ namespace tolmi {
 class CSample {
 public:
     CSample(uint64_t offset, uint64_t size, std::string type, std::unique_ptr<CNALU> nal = nullptr);
-    virtual ~CSample();
     CSample(const CSample&) = delete;
     CSample& operator=(const CSample&) = delete;
 

@@ -21,6 +21,7 @@ void MovRepairState::Clear() {
     mediaHeaderPos = 0;
     outputPath.clear();
     writtenRuns = 0;
+    outputFailed = false;
     repairedFile.reset();
 }
 

@@ -63,6 +63,8 @@ struct MovRepairState {
     // scan writes the samples of the first writtenRuns runs into it.
     std::string outputPath;
     size_t writtenRuns = 0;
+    // A write into that file failed (a full disk).
+    bool outputFailed = false;
     // The file that holds the rebuilt movie once the writer has made it.
     std::unique_ptr<GFile> repairedFile;
     // The plain way of working, kept to check the fast one against: a

@@ -38,6 +38,7 @@ bool SampleCopier::Pass(const CSample& sample) {
 }
 
 bool SampleCopier::Flush() {
+    if (failed_) return false;
     const uint64_t start = outputEnd_ - pendingLength_;
     for (uint64_t done = 0; done < pendingLength_;) {
         if (done > 0 && WaitWhilePaused()) return false;
@@ -45,12 +46,17 @@ bool SampleCopier::Flush() {
         if (piece_.size() < count) piece_.resize(count);
         const size_t got = in_.read(pendingOffset_ + done, piece_.data(), count);
         std::fill(piece_.begin() + std::ptrdiff_t(got), piece_.begin() + std::ptrdiff_t(count), 0);
-        out_.writeAt(start + done, piece_.data(), count);
+        if (!out_.writeAt(start + done, piece_.data(), count)) return Fail();
         done += count;
     }
     pendingLength_ = 0;
     StartWriteBack();
     return true;
+}
+
+bool SampleCopier::Fail() {
+    failed_ = true;
+    return false;
 }
 
 void SampleCopier::StartWriteBack() {

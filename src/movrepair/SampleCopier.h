@@ -26,10 +26,14 @@ public:
     bool Add(const CSample& sample);
     // Counts a sample whose bytes are in place already; false as Add.
     bool Pass(const CSample& sample);
-    // Writes what is gathered; false when the job was stopped meanwhile.
+    // Writes what is gathered; false when the job was stopped meanwhile
+    // or a write failed.
     bool Flush();
+    // A write failed (a full disk); every later call gives false.
+    bool Failed() const { return failed_; }
 
 private:
+    bool Fail();
     void StartWriteBack();
 
     DamagedFile& in_;
@@ -40,6 +44,7 @@ private:
     // The output below this point has been handed to the disk.
     uint64_t writeBackFrom_;
     std::vector<uint8_t> piece_;
+    bool failed_ = false;
 };
 
 }  // namespace tolmi

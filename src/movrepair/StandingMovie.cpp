@@ -62,11 +62,9 @@ std::vector<uint8_t> MovieInFront(DamagedFile& file) {
 const CMoov* ParseKeepingSession(const std::vector<uint8_t>& bytes, AtomArena& arena) {
     RepairSession& s = Session();
     const std::string video = s.videoCoderFormat, audio = s.audioCoderFormat;
-    const int tracks = s.parsedTrackCount;
     const CMoov* movie = arena.Make<CMoov>(bytes.data(), uint32_t(bytes.size()), arena);
     s.videoCoderFormat = video;
     s.audioCoderFormat = audio;
-    s.parsedTrackCount = tracks;
     return movie;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 // Files as the repair needs them: opened with an explicit creation rule,
 // 64-bit positions, reads and writes at a position or at the file pointer.
-// Sharing modes of the original platform have no counterpart here: a POSIX
+// Sharing modes of Windows have no counterpart here: a POSIX
 // file can always be opened by others, so no open takes a sharing rule.
 
 #include <cstddef>
@@ -38,15 +38,15 @@ public:
     // Positioned transfers; they leave the file pointer alone. A read returns
     // the bytes read (fewer at the end of the file), or nothing on an error.
     std::optional<size_t> readAt(uint64_t position, void* buffer, size_t count) const;
-    bool writeAt(uint64_t position, const void* buffer, size_t count);
+    [[nodiscard]] bool writeAt(uint64_t position, const void* buffer, size_t count);
 
     // Transfers at the file pointer, which they move on.
     std::optional<size_t> read(void* buffer, size_t count);
-    bool write(const void* buffer, size_t count);
+    [[nodiscard]] bool write(const void* buffer, size_t count);
     bool seek(uint64_t position);
     uint64_t tell() const { return pointer_; }
 
-    bool truncate(uint64_t size);  // cuts or extends the file to size
+    [[nodiscard]] bool truncate(uint64_t size);  // cuts or extends the file to size
     bool flush();
     // Starts writing [position, position + count) to the disk without
     // waiting for it, so that a later flush has less to wait for. A hint:

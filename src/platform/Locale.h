@@ -1,6 +1,6 @@
 #pragma once
-// The user's interface language as the numeric language code of the
-// original platform (0x409 English, 0x807 Swiss German, ...), derived from
+// The user's interface language as the numeric language code of
+// Windows (0x409 English, 0x807 Swiss German, ...), derived from
 // the POSIX locale (LC_ALL, LC_MESSAGES, LANG). 0 when no locale is set.
 
 #include <cstdint>

@@ -13,6 +13,7 @@
 #include "workflow/JobControl.h"
 #include "workflow/Properties.h"
 #include "workflow/RepairSession.h"
+#include "workflow/ResultCheck.h"
 
 namespace tolmi {
 namespace {
@@ -49,6 +50,13 @@ void exitWithoutResult() {
     if (s.stopRequested) return;
     s.repairing = 0;
     s.Ui().goHome();
+}
+
+// The engines stop at a write that fails, and their output is then short
+// of what they reported: a disk that filled up. The job ends without a result.
+void failForSpace() {
+    Session().Ui().showMessage(kDiskSpace, "IDS_ERROR9", "IDS_INFORMATION", DialogButtons::Ok);
+    exitWithoutResult();
 }
 
 void askUserForReference() {
@@ -98,6 +106,10 @@ int movBranch() {
         exitWithoutResult();
         return 0;
     }
+    if (!MovResultIsWhole(s.tempOutputPath, s.movOutputSize)) {
+        failForSpace();
+        return 0;
+    }
     s.jobLive.exchange(0);
     s.Ui().showResult();
     return 0;
@@ -119,6 +131,10 @@ int aviBranch() {
     if (s.jobFailed || s.aviRunAllowed == 0) {
         s.jobFailed = 0;
         exitWithoutResult();
+        return 0;
+    }
+    if (!AviResultIsWhole(s.aviOutputPath, s.aviOutputSize, uint64_t(s.aviVideoChunks) + s.aviAudioChunks)) {
+        failForSpace();
         return 0;
     }
     s.Ui().showResult();

@@ -54,7 +54,7 @@ void RepairSession::reset() {
     for (Flag* flag : {&isMovJob, &isAviJob, &aviRunAllowed, &repairing, &stopRequested, &paused, &messageKind,
                        &lastAnswer, &jobFailed, &jobLive, &workerThread, &previewRunning, &savePageActive,
                        &saving, &saveClockRunning, &finishedJobs, &awaitingReference, &workerAlive, &percent, &aviPercent,
-                       &shownAviPercent, &progressResetPending, &parsedTrackCount, &timerId, &pauseFolded, &saveThread,
+                       &shownAviPercent, &progressResetPending, &timerId, &pauseFolded, &saveThread,
                        &saveAllowed, &savePercent, &shownSavePercent})
         flag->store(0);
     showWelcome = 1;

@@ -74,7 +74,6 @@ struct RepairSession {
     std::string previewDescriptor;
     std::string aviOutputPath;
     std::string videoCoderFormat, audioCoderFormat;
-    Flag parsedTrackCount{0};  // tracks of the last movie read
     std::atomic<uint64_t> movOutputSize{0};
     std::atomic<uint64_t> aviOutputSize{0};
     std::atomic<uint32_t> aviVideoChunks{0}, aviAudioChunks{0}, aviMicroSecPerFrame{0};

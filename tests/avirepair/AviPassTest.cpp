@@ -330,8 +330,8 @@ TEST_F(AviRepairTest, OutputStopsShortOf4GiB) {
     AppendAviChunk(tail, "idx1", {});
     {
         File file(path, FileAccess::ReadWrite, FileCreation::CreateAlways);
-        file.writeAt(0, head.data(), head.size());
-        file.writeAt(bigAt + 8 + bigSize, tail.data(), tail.size());
+        ASSERT_TRUE(file.writeAt(0, head.data(), head.size()));
+        ASSERT_TRUE(file.writeAt(bigAt + 8 + bigSize, tail.data(), tail.size()));
     }
     EXPECT_EQ(RepairFile(path).result, 0);
     EXPECT_EQ(Session().aviVideoChunks, 2u);  // the hole was copied, the chunk behind it refused

@@ -18,7 +18,6 @@ class AtomReadingTest : public ::testing::Test {
 protected:
     void SetUp() override {
         Session().reset();
-        sampleTableBytes = 0;
     }
     CMoov& Read(const Bytes& moov) {
         file_.movie = file_.Arena().Make<CMoov>(moov.data(), uint32_t(moov.size()), file_.Arena());
@@ -70,8 +69,6 @@ TEST_F(AtomReadingTest, StblChildrenMustAddUpToItsSize) {
         SCOPED_TRACE(c.name);
         Session().reset();
         EXPECT_EQ(Read(Movie({VideoTrack(VideoStbl(c.extra)), AudioTrack()})).tracks.size(), c.tracks);
-        EXPECT_EQ(Session().parsedTrackCount, int(c.tracks));
-        EXPECT_EQ(sampleTableBytes, 0u);
     }
     CMoov& moov = Read(Movie({VideoTrack()}));
     EXPECT_EQ(moov.tracks[0]->sampleCount, 10u);

@@ -79,7 +79,7 @@ TEST_P(RebuildEndToEndTest, RebuiltFileOpensWithTheSameStreamsAndDecodes) {
     const std::string output = dir.file("rebuilt." + GetParam().container);
     WriteAll(output, Bytes(original.begin(), original.begin() + long(moov->offset)));
     File out(output, FileAccess::ReadWrite, FileCreation::OpenExisting);
-    rebuilt->WriteMovie(out);
+    ASSERT_TRUE(rebuilt->WriteMovie(out));
     EXPECT_FALSE(out.isOpen());
     const Bytes result = ReadAll(output);
     ASSERT_EQ(result.size(), moov->offset + rebuilt->size);

@@ -192,7 +192,7 @@ protected:
             EXPECT_EQ(track->image.size(), track->size);
             sum += track->size;
         }
-        EXPECT_EQ(movie.size, sum);
+        EXPECT_EQ(movie.ToBytes().size(), sum);
     }
 
     GFile file_;
@@ -270,15 +270,14 @@ TEST(WriteMovieTest, PreviewDescriptorGetsSizeWordPositionAndFlag) {
         Session().audioCoderFormat = audio;
         WriteAll(path, Zeros(16));
         File out(path, FileAccess::ReadWrite, FileCreation::OpenExisting);
-        CMoov movie;
-        movie.size = 4660;
+        CMoov movie;  // no children: the 8 bytes of its header
         movie.type = FourCC("moov");
-        movie.WriteMovie(out);
+        EXPECT_TRUE(movie.WriteMovie(out));
         return Session().previewDescriptor;
     };
-    EXPECT_EQ(write("AVC1_VIDEO_CODER_FORMAT", "SOWT_AUDIO_CODER_FORMAT"), "873594880$$16$$0");
-    EXPECT_EQ(write("AVC1_VIDEO_CODER_FORMAT", "MP4A_AUDIO_CODER_FORMAT"), "873594880$$16$$1");
-    EXPECT_EQ(write("hvc1_video_coder_format", ""), "873594880$$16$$1");
+    EXPECT_EQ(write("AVC1_VIDEO_CODER_FORMAT", "SOWT_AUDIO_CODER_FORMAT"), "134217728$$16$$0");
+    EXPECT_EQ(write("AVC1_VIDEO_CODER_FORMAT", "MP4A_AUDIO_CODER_FORMAT"), "134217728$$16$$1");
+    EXPECT_EQ(write("hvc1_video_coder_format", ""), "134217728$$16$$1");
 }
 
 }  // namespace

@@ -54,10 +54,10 @@ TEST_F(ScanFileTest, EmptyAndMissingFiles) {
     EXPECT_EQ(Session().jobFailed, 1);
 }
 
-TEST_F(ScanFileTest, OpensScanPathNotTheArgument) {
+TEST_F(ScanFileTest, OpensThePathItIsGivenNotTheSessionsScanPath) {
     WriteAll(path_, Join({Ftyp(), Mdat(100), SmallMovie()}));
-    Session().scanPath = path_;
-    file_->ScanFile(dir_.file("missing.mov"));
+    Session().scanPath = dir_.file("missing.mov");
+    file_->ScanFile(path_);
     EXPECT_NE(file_->movie, nullptr);
     EXPECT_EQ(Session().jobFailed, 0);
 }
@@ -89,7 +89,7 @@ TEST_F(ScanFileTest, WhichMoovIsTheMovie) {
         Session().reset();
         Scan(c.file);
         EXPECT_EQ(SampleCount(), c.samples);
-        EXPECT_EQ(Session().parsedTrackCount, c.samples ? 1 : 0);
+        EXPECT_EQ(file_->GetTrackCount(), c.samples ? 1u : 0u);
     }
     GFile& file = Scan(cases[0].file);
     ASSERT_NE(file.fileType, nullptr);

@@ -5,7 +5,7 @@
 
 #include "AviFixtures.h"
 #include "TestSupport.h"
-#include "cli/ResultCheck.h"
+#include "workflow/ResultCheck.h"
 #include "platform/ByteReader.h"
 #include "platform/ByteWriter.h"
 

@@ -91,7 +91,7 @@ TEST_F(RepairDriverTest, AMovFileWithoutAMovieAsksForAReferenceWithoutAMessage) 
 TEST_F(RepairDriverTest, TheSecondPassMeasuresTheReferenceNotTheDamagedFile) {
     // A damaged file far larger than the free space, a small reference.
     const std::string damaged = dir.file("huge.mov");
-    File(damaged, FileAccess::ReadWrite, FileCreation::CreateAlways).truncate(uint64_t(8) << 30);
+    ASSERT_TRUE(File(damaged, FileAccess::ReadWrite, FileCreation::CreateAlways).truncate(uint64_t(8) << 30));
     pickCorruptedFile(damaged);
     Environment::OverrideFreeSpace(kReserve + 100000);
     pickReferenceFile(makeFile("reference.mov", std::vector<uint8_t>(5000, 0x22)));

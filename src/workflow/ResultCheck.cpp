@@ -1,4 +1,4 @@
-#include "cli/ResultCheck.h"
+#include "workflow/ResultCheck.h"
 
 #include <array>
 

@@ -1,10 +1,10 @@
 #pragma once
-// The last look at a job's output before the command calls it repaired.
-// The engines do not look at the results of their writes, so a disk that
-// fills up during the rebuild leaves a file that is short, or as long as
-// planned but with its closing parts missing. The layout that each engine
-// writes is known, and its length must agree with the sizes inside it and
-// with what the engine reported.
+// The last look at a job's output before the driver calls it repaired.
+// An engine stops at a write that fails (a disk that fills up during the
+// rebuild), which leaves a file that is short, or as long as planned but
+// with its closing parts missing. The layout that each engine writes is
+// known, and its length must agree with the sizes inside it and with what
+// the engine reported.
 
 #include <cstdint>
 #include <string>

@@ -9,7 +9,6 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     using namespace tolmi;
     if (size > 0xffffffffu) return 0;
-    sampleTableBytes = 0;
     GFile file;
     file.movie = file.Arena().Make<CMoov>(data, uint32_t(size), file.Arena());
     file.GetLengthSize();
