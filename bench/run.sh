@@ -7,10 +7,8 @@
 #   RUNS=9 bash bench/run.sh 3      # input 3 only, 9 runs
 #
 # With inputs 1 and 2 both chosen, it also times the MOV engine inside one
-# process on both, once with the fast reading and once with the
-# straightforward one kept to check it against, and sets the extra time
-# that the 16 MiB of garbage cost with each beside the other (one run each:
-# the straightforward reading takes minutes).
+# process on both (one run each), and the extra time that the 16 MiB of
+# garbage cost it.
 #
 # BUILD_DIR (default build) names the build folder; the inputs are made once
 # with ffmpeg and kept in BUILD_DIR/bench-inputs. Times are medians with the
@@ -165,7 +163,7 @@ make_inputs
 log "load average: $(cut -d' ' -f1-3 /proc/loadavg) on $(nproc) cores; $runs runs each, medians"
 printf '%-3s %-34s %8s %9s %9s %8s %7s %9s %5s\n' \
   "#" "input" "MB" "repair s" "MB/s" "cp s" "÷ cp" "peak MiB" "exit"
-declare -A seconds sizes
+declare -A seconds
 for n in "${selected[@]}"; do
   input=$(input_of "$n")
   args=("$input")
@@ -186,20 +184,13 @@ if [[ -n ${seconds[1]:-} && -n ${seconds[2]:-} ]]; then
   echo "the 16 MiB of garbage cost $(awk -v a="${seconds[1]}" -v b="${seconds[2]}" 'BEGIN {printf "%.3f", b - a}') s"
 fi
 
-# ---- The two readings of the MOV engine ----
+# ---- The MOV engine in one process ----
 
 if [[ -n ${seconds[1]:-} && -n ${seconds[2]:-} ]]; then
   echo
   echo "MOV engine in one process (scan and rebuild), one run each:"
-  printf '%-16s %10s %10s %14s\n' "reading" "input 1 s" "input 2 s" "garbage cost s"
-  declare -A extra
-  for mode in fast straightforward; do
-    read -r one size1 < <("$reading" "$mode" "$(input_of 1)" "$(reference_of 1)" "$work")
-    read -r two size2 < <("$reading" "$mode" "$(input_of 2)" "$(reference_of 2)" "$work")
-    extra[$mode]=$(awk -v a="$one" -v b="$two" 'BEGIN {printf "%.3f", b - a}')
-    printf '%-16s %10s %10s %14s\n' "$mode" "$one" "$two" "${extra[$mode]}"
-    sizes[$mode]="$size1 $size2"
-  done
-  [ "${sizes[fast]}" = "${sizes[straightforward]}" ] || log "the two readings rebuilt files of different sizes"
-  echo "the garbage costs $(awk -v f="${extra[fast]}" -v s="${extra[straightforward]}" 'BEGIN {printf "%.1f", s / f}')x less with the fast reading"
+  printf '%10s %10s %14s\n' "input 1 s" "input 2 s" "garbage cost s"
+  read -r one _ < <("$reading" "$(input_of 1)" "$(reference_of 1)" "$work")
+  read -r two _ < <("$reading" "$(input_of 2)" "$(reference_of 2)" "$work")
+  printf '%10s %10s %14s\n' "$one" "$two" "$(awk -v a="$one" -v b="$two" 'BEGIN {printf "%.3f", b - a}')"
 fi

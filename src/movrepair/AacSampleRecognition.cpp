@@ -32,17 +32,17 @@ constexpr size_t kZeroProbe = 64 * 1024;
 // garbage decoded as a channel pair would otherwise lock out every real
 // frame behind it.
 //
-// spare, when given, is a decoder that was opened and never decoded with;
-// it serves as the fresh decoder and, when the set-up fails, is kept for
-// the next time instead of being closed. FAAD2 refuses a set-up without data
-// before it touches the decoder, and the configuration given to it is the
-// same every time, so a kept spare is as good as a newly opened decoder and
-// saves the opening and closing (most of an attempt's time in garbage,
-// where a third of all attempts end in this error).
-bool SwapInFreshDecoder(NeAACDecHandle& decoder, NeAACDecHandle* spare, std::span<unsigned char, 2> config) {
+// spare is a decoder that was opened and never decoded with (or null, and
+// then one is opened); it serves as the fresh decoder and, when the set-up
+// fails, is kept for the next time instead of being closed. FAAD2 refuses a
+// set-up without data before it touches the decoder, and the configuration
+// given to it is the same every time, so a kept spare is as good as a newly
+// opened decoder and saves the opening and closing (most of an attempt's
+// time in garbage, where a third of all attempts end in this error).
+bool SwapInFreshDecoder(NeAACDecHandle& decoder, NeAACDecHandle& spare, std::span<unsigned char, 2> config) {
     NeAACDecConfigurationPtr current = NeAACDecGetCurrentConfiguration(decoder);
-    if (spare && !*spare) *spare = NeAACDecOpen();
-    NeAACDecHandle fresh = spare ? *spare : NeAACDecOpen();
+    if (!spare) spare = NeAACDecOpen();
+    NeAACDecHandle fresh = spare;
     if (!fresh) return false;
     NeAACDecConfigurationPtr freshConfig = NeAACDecGetCurrentConfiguration(fresh);
     if (current->defSampleRate != 0) freshConfig->defSampleRate = current->defSampleRate;
@@ -52,13 +52,12 @@ bool SwapInFreshDecoder(NeAACDecHandle& decoder, NeAACDecHandle* spare, std::spa
     unsigned long sampleRate = 0;
     unsigned char channels = 0;
     if (NeAACDecInit2(fresh, config.data(), 2, &sampleRate, &channels) != 0) {
-        if (!spare) NeAACDecClose(fresh);
         NeAACDecSetConfiguration(decoder, current);
         return false;
     }
     NeAACDecClose(decoder);
     decoder = fresh;
-    if (spare) *spare = nullptr;
+    spare = nullptr;
     return true;
 }
 
@@ -95,12 +94,10 @@ void ReadBlock(DamagedFile& file, uint64_t offset, size_t count, uint8_t* buffer
     std::fill(buffer + got, buffer + count, 0);
 }
 
-AacStretchSearch::AacStretchSearch(DamagedFile& file, uint64_t offset, std::span<const uint8_t> decoderSpecificInfo,
-                                   AacSearch search)
+AacStretchSearch::AacStretchSearch(DamagedFile& file, uint64_t offset, std::span<const uint8_t> decoderSpecificInfo)
     : file_(file),
       offset_(offset),
       decoder_(OpenDecoder(decoderSpecificInfo)),
-      fast_(search == AacSearch::Fast),
       config_(TwoConfigBytes(decoderSpecificInfo)),
       mono_(!decoderSpecificInfo.empty() && IsMono(config_)),
       scratch_(kAttemptSize + kScratchPadding) {}
@@ -111,7 +108,7 @@ AacStretchSearch::~AacStretchSearch() {
 }
 
 uint64_t AacStretchSearch::ZerosAtCursor(uint64_t limit) {
-    if (!fast_ || cursor_ >= limit) return 0;
+    if (cursor_ >= limit) return 0;
     // Most positions start with another byte; only a zero is worth a long look.
     std::span<const uint8_t> first = file_.view(offset_ + cursor_, 1);
     if (first.empty() || first[0] != 0) return 0;
@@ -156,9 +153,8 @@ uint64_t AacStretchSearch::DecodeAtCursor(uint64_t length) {
     auto decoder = static_cast<NeAACDecHandle>(decoder_);
     NeAACDecFrameInfo info{};
     void* decoded = NeAACDecDecode(decoder, &info, scratch_.data(), n);
-    auto spare = reinterpret_cast<NeAACDecHandle*>(&spare_);
-    if (info.error == kChannelConfigurationChange && mono_ &&
-        SwapInFreshDecoder(decoder, fast_ ? spare : nullptr, config_)) {
+    auto& spare = reinterpret_cast<NeAACDecHandle&>(spare_);
+    if (info.error == kChannelConfigurationChange && mono_ && SwapInFreshDecoder(decoder, spare, config_)) {
         decoder_ = decoder;
         info = NeAACDecFrameInfo{};
         decoded = NeAACDecDecode(decoder, &info, scratch_.data(), n);
@@ -191,14 +187,13 @@ std::vector<std::unique_ptr<CSample>> AacStretchSearch::Finish(uint64_t length) 
 }
 
 std::vector<std::unique_ptr<CSample>> CollectAacRun(DamagedFile& file, uint64_t offset, uint64_t length,
-                                                    std::span<const uint8_t> decoderSpecificInfo,
-                                                    AacSearch search) {
-    return AacStretchSearch(file, offset, decoderSpecificInfo, search).Finish(length);
+                                                    std::span<const uint8_t> decoderSpecificInfo) {
+    return AacStretchSearch(file, offset, decoderSpecificInfo).Finish(length);
 }
 
 std::vector<std::unique_ptr<CSample>> CollectAacFramesInStep(DamagedFile& file, uint64_t offset, uint64_t length,
                                                              std::span<const uint8_t> decoderSpecificInfo) {
-    AacStretchSearch search(file, offset, decoderSpecificInfo, AacSearch::Fast);
+    AacStretchSearch search(file, offset, decoderSpecificInfo);
     while (search.TakeFrameAtCursor(length)) {
     }
     return search.TakeFound();

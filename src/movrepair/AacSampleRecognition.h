@@ -25,19 +25,12 @@ void ReadBlock(DamagedFile& file, uint64_t offset, size_t count, uint8_t* buffer
 // looking for the run that ends the stretch: an attempt of a full 1024 bytes
 // is the same wherever the stretch ends, so attempts that end before the
 // walk's position can be made before the length is known. One decoder lives
-// through the whole stretch.
-// How a search goes about its work; the results are the same.
-// Plain: every position is read and tried, and when a frame changes the
-// channel layout a fresh decoder is opened (and closed again when its
-// set-up fails). Fast: runs of zero bytes are passed over at once, and a
-// spare decoder is kept open for the change of layout.
-enum class AacSearch { Plain, Fast };
-
+// through the whole stretch. Runs of zero bytes are passed over at once, and
+// a spare decoder is kept open for a change of channel layout.
 class AacStretchSearch {
 public:
     // decoderSpecificInfo: see CollectAacRun.
-    AacStretchSearch(DamagedFile& file, uint64_t offset, std::span<const uint8_t> decoderSpecificInfo,
-                     AacSearch search);
+    AacStretchSearch(DamagedFile& file, uint64_t offset, std::span<const uint8_t> decoderSpecificInfo);
     ~AacStretchSearch();
     AacStretchSearch(const AacStretchSearch&) = delete;
     AacStretchSearch& operator=(const AacStretchSearch&) = delete;
@@ -73,10 +66,9 @@ private:
     DamagedFile& file_;
     uint64_t offset_;
     void* decoder_;  // FAAD2's handle; null when it could not be set up
-    bool fast_;
     std::array<unsigned char, 2> config_;
     bool mono_;
-    void* spare_ = nullptr;  // see AacSearch
+    void* spare_ = nullptr;  // for a change of channel layout
     std::vector<uint8_t> scratch_;
     uint64_t cursor_ = 0;
     uint32_t attempts_ = 0;
@@ -91,8 +83,7 @@ private:
 // when nothing is found, the decoder cannot be set up, or the job was
 // stopped during the search (a pause holds it where it is).
 std::vector<std::unique_ptr<CSample>> CollectAacRun(DamagedFile& file, uint64_t offset, uint64_t length,
-                                                    std::span<const uint8_t> decoderSpecificInfo,
-                                                    AacSearch search);
+                                                    std::span<const uint8_t> decoderSpecificInfo);
 
 // The AAC frames that follow each other from offset, each consumed whole by
 // the decoder, up to the first position that starts none or the end of the

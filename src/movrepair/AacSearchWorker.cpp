@@ -124,7 +124,7 @@ void AacSearchWorker::Loop(DamagedFile& file) {
 SampleRun AacSearchWorker::Run(Search& search, DamagedFile& file) {
     // A paused job holds here too; a stopped one keeps nothing.
     if (WaitWhilePaused()) return {};
-    AacStretchSearch stretch(file, search.offset, decoderSpecificInfo_, AacSearch::Fast);
+    AacStretchSearch stretch(file, search.offset, decoderSpecificInfo_);
     stretch.StopWhen(search.abandoned);
     uint64_t reached = search.offset;
     while (true) {

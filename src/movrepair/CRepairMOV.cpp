@@ -179,10 +179,9 @@ private:
     bool headSettled_ = false;
 };
 
-// The searches go to threads of their own only where they are AAC searches of the
-// fast reading; without a thread they are made in turn.
+// Only AAC searches go to threads of their own.
 void MediaDataScan::StartAacWorker() {
-    if (state_.straightforwardReading || !Is(Session().audioCoderFormat, "MP4A_AUDIO_CODER_FORMAT")) return;
+    if (!Is(Session().audioCoderFormat, "MP4A_AUDIO_CODER_FORMAT")) return;
     aacWorker_ = std::make_unique<AacSearchWorker>(Session().corruptedPath, AacConfig());
     if (aacWorker_->ready()) openSearch_ = aacWorker_->Open(walkStart_);
     else aacWorker_.reset();
@@ -196,11 +195,11 @@ void MediaDataScan::ShowWalkTo(uint64_t position) {
     shownReach_ = position;
 }
 
-// With the fast reading, the output is written while the walk goes on, so
-// that the copy and the disk's work overlap the search. Without an output
-// (none given, or it cannot be made) the writer copies everything later.
+// The output is written while the walk goes on, so that the copy and the
+// disk's work overlap the search. Without an output (none given, or it
+// cannot be made) the writer copies everything later.
 void MediaDataScan::OpenOutput() {
-    if (state_.straightforwardReading || state_.outputPath.empty()) return;
+    if (state_.outputPath.empty()) return;
     const uint8_t room[16] = {};
     if (!copyInput_.open(Session().corruptedPath) ||
         !output_.open(state_.outputPath, FileAccess::ReadWrite, FileCreation::CreateAlways) ||
@@ -282,12 +281,10 @@ bool MediaDataScan::Run() {
         walkShown = position;
         ShowWalkTo(position);
         ShowPercent(ProgressPercent(position, fileSize), lastShown);
-        if (!state_.straightforwardReading) {
-            // Within one percentage step, straight to the next position that may start a chain.
-            const uint64_t limit = std::min({fileSize, NextPercentStep(position, fileSize), position + kSkipBatch});
-            position = NextCandidate(file, filter_, position, limit);
-            if (position == limit) continue;
-        }
+        // Within one percentage step, straight to the next position that may start a chain.
+        const uint64_t limit = std::min({fileSize, NextPercentStep(position, fileSize), position + kSkipBatch});
+        position = NextCandidate(file, filter_, position, limit);
+        if (position == limit) continue;
         SampleRun run;
         uint32_t frameCount = 0;
         // A chain needs three units to count; otherwise the search moves on by one byte.
@@ -409,8 +406,7 @@ void MediaDataScan::TakeGap(uint64_t runOffset) {
     const uint64_t gap = runOffset - lastEnd;
     const std::string& format = Session().audioCoderFormat;
     if (Is(format, "MP4A_AUDIO_CODER_FORMAT")) {
-        const AacSearch search = state_.straightforwardReading ? AacSearch::Plain : AacSearch::Fast;
-        TakeAacFrames(CollectAacRun(state_.damagedFile, lastEnd, gap, AacConfig(), search));
+        TakeAacFrames(CollectAacRun(state_.damagedFile, lastEnd, gap, AacConfig()));
     } else {
         RecordPcm(lastEnd, gap, false);
     }
@@ -442,9 +438,8 @@ SampleRun MediaDataScan::PcmRun(uint64_t offset, uint64_t size) {
 // media data starts.
 SampleRun MediaDataScan::SearchFrontStretch() {
     if (aacWorker_) return aacWorker_->Take(frontSearch_);
-    const AacSearch search = state_.straightforwardReading ? AacSearch::Plain : AacSearch::Fast;
     const uint64_t length = state_.videoSamples.front()->offset - mediaStart_;
-    return CollectAacRun(state_.damagedFile, mediaStart_, length, AacConfig(), search);
+    return CollectAacRun(state_.damagedFile, mediaStart_, length, AacConfig());
 }
 
 // found: the AAC frames of the stretch between the last two runs. The
@@ -452,7 +447,7 @@ SampleRun MediaDataScan::SearchFrontStretch() {
 void MediaDataScan::TakeAacFrames(SampleRun found) {
     if (state_.audioSamples.empty() && !frontStretchEmpty_) {
         SampleRun front = SearchFrontStretch();
-        frontStretchEmpty_ = front.empty() && !state_.straightforwardReading && !Session().stopRequested;
+        frontStretchEmpty_ = front.empty() && !Session().stopRequested;
         if (!front.empty()) {
             audio_.AddChunk(uint32_t(front.size()));
             AppendAudioRun(std::move(front), true);
@@ -601,7 +596,7 @@ void CRepairMOV::ScanMediaData() {
     const bool h265 = Is(s.videoCoderFormat, "HVC1_VIDEO_CODER_FORMAT");
     if (!h265 && !Is(s.videoCoderFormat, "AVC1_VIDEO_CODER_FORMAT")) return;
     if (WaitWhilePaused()) return;
-    if (!s.referenceFile || !state.damagedFile.open(s.corruptedPath, state.straightforwardReading)) return;
+    if (!s.referenceFile || !state.damagedFile.open(s.corruptedPath)) return;
 
     GFile& reference = *s.referenceFile;
     const uint8_t lengthSize = reference.GetLengthSize();
@@ -636,7 +631,7 @@ void CRepairMOV::WriteRepairedFile(std::string tempPath, std::string damagedPath
     }
     SetHiddenAttribute(tempPath);
     DamagedFile in;
-    in.open(damagedPath, state.straightforwardReading);
+    in.open(damagedPath);
     s.previewDescriptor = tempPath + "$$" + s.corruptedName + "$$" + SizeText(in.size()) + "$$";
     WriteSampleData(out, in);
     in.close();

@@ -14,11 +14,10 @@ constexpr size_t kSmallRead = 4096;
 
 }  // namespace
 
-bool DamagedFile::open(const std::string& path, bool positionedReads) {
+bool DamagedFile::open(const std::string& path) {
     close();
     if (!file_.open(path, FileAccess::Read, FileCreation::OpenExisting)) return false;
     size_ = file_.size().value_or(0);
-    positionedReads_ = positionedReads;
     return true;
 }
 
@@ -42,10 +41,6 @@ bool DamagedFile::fill(uint64_t position, size_t count) {
 
 std::span<const uint8_t> DamagedFile::view(uint64_t position, size_t count) {
     if (!file_.isOpen() || count == 0 || count > largestView()) return {};
-    if (positionedReads_) {
-        cache_.resize(count);
-        return {cache_.data(), file_.readAt(position, cache_.data(), count).value_or(0)};
-    }
     bool cached = position >= cacheStart_ && position - cacheStart_ + count <= cacheLength_;
     if (!cached && !fill(position, count)) return {};
     const size_t offset = size_t(position - cacheStart_);
@@ -55,7 +50,7 @@ std::span<const uint8_t> DamagedFile::view(uint64_t position, size_t count) {
 size_t DamagedFile::read(uint64_t position, uint8_t* buffer, size_t count) {
     if (!file_.isOpen() || count == 0) return 0;
     // Larger requests (sample copies) bypass the cache.
-    if (positionedReads_ || count >= kSmallRead) return file_.readAt(position, buffer, count).value_or(0);
+    if (count >= kSmallRead) return file_.readAt(position, buffer, count).value_or(0);
     std::span<const uint8_t> bytes = view(position, count);
     if (!bytes.empty()) std::memcpy(buffer, bytes.data(), bytes.size());
     return bytes.size();

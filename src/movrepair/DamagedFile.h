@@ -2,8 +2,7 @@
 // Read access to the damaged file for the scan and the copy. The scan tries
 // every byte position with a small window, so reads normally go through one
 // large buffer instead of a system call each; the bytes delivered are
-// exactly those of positioned reads. The straightforward reading, one
-// positioned read per request, is kept to prove that.
+// exactly those of positioned reads.
 
 #include <cstddef>
 #include <cstdint>
@@ -17,9 +16,7 @@ namespace tolmi {
 
 class DamagedFile {
 public:
-    // With positionedReads, every read is a system call of its own and
-    // nothing is buffered.
-    bool open(const std::string& path, bool positionedReads = false);
+    bool open(const std::string& path);
     bool isOpen() const { return file_.isOpen(); }
     void close();
     // The size when the file was opened.
@@ -42,7 +39,6 @@ private:
 
     File file_;
     uint64_t size_ = 0;
-    bool positionedReads_ = false;
     std::vector<uint8_t> cache_;
     uint64_t cacheStart_ = 0;
     size_t cacheLength_ = 0;

@@ -96,7 +96,7 @@ bool InStepWalk::StepInto(uint64_t position, int depth, bool audioAllowed, Step&
 }
 
 bool InStepWalk::StepOverAac(uint64_t position, int depth, Step& step) {
-    AacStretchSearch search(file_, position, aacConfig_, AacSearch::Fast);
+    AacStretchSearch search(file_, position, aacConfig_);
     const uint64_t room = file_.size() - position;
     for (int i = 0; i < kAacFramesInStep && search.TakeFrameAtCursor(room); ++i) {
         Step rest;

@@ -67,11 +67,6 @@ struct MovRepairState {
     bool outputFailed = false;
     // The file that holds the rebuilt movie once the writer has made it.
     std::unique_ptr<GFile> repairedFile;
-    // The plain way of working, kept to check the fast one against: a
-    // positioned read and the full NAL unit test at every byte, the stretch
-    // in front of the first run searched again at every run. Not a part of
-    // the job's record, so Clear() leaves it.
-    bool straightforwardReading = false;
 };
 
 MovRepairState& MovState();

@@ -16,9 +16,7 @@ public:
     // `atom` holds the whole atom, size and type fields included.
     CEsdsDecoder(const uint8_t* atom, uint32_t size);
 
-    // 0 or empty when the atom has no usable descriptor chain.
-    uint32_t maxBitrate() const { return objectDescriptor ? objectDescriptor->maxBitrate() : 0; }
-    uint32_t avgBitrate() const { return objectDescriptor ? objectDescriptor->avgBitrate() : 0; }
+    // Empty when the atom has no usable descriptor chain.
     // For AAC the AudioSpecificConfig; owned by the descriptor chain.
     std::span<const uint8_t> decoderSpecificInfo() const {
         return objectDescriptor ? objectDescriptor->decoderSpecificInfo() : std::span<const uint8_t>();

@@ -18,9 +18,7 @@ public:
     // `payload` holds the bytes behind the tag and length.
     explicit CObjectDescriptor(std::span<const uint8_t> payload);
 
-    // 0 or empty without a decoder config.
-    uint32_t maxBitrate() const { return decoderConfig ? decoderConfig->maxBitrate : 0; }
-    uint32_t avgBitrate() const { return decoderConfig ? decoderConfig->avgBitrate : 0; }
+    // Empty without a decoder config.
     std::span<const uint8_t> decoderSpecificInfo() const {
         return decoderConfig ? decoderConfig->decoderSpecificInfo() : std::span<const uint8_t>();
     }

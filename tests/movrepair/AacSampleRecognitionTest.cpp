@@ -13,11 +13,6 @@
 #include "movrepair/AacSampleRecognition.h"
 
 namespace tolmi {
-
-// Test lists show a search by its name (found next to the type).
-const char* SearchName(AacSearch search) { return search == AacSearch::Plain ? "Plain" : "Fast"; }
-void PrintTo(AacSearch search, std::ostream* out) { *out << SearchName(search); }
-
 namespace {
 
 using test::PacketRecord;
@@ -26,8 +21,7 @@ using test::PacketRecord;
 // object type 2, frequency index 4, channel configuration 2.
 const std::vector<uint8_t> kLcStereo44100 = {0x12, 0x10};
 
-// Each test runs with the plain search and the fast one: their results agree.
-class AacRecognition : public ::testing::TestWithParam<AacSearch> {
+class AacRecognition : public ::testing::Test {
 protected:
     void SetUp() override {
         if (!test::HaveFfmpeg()) GTEST_SKIP() << "ffmpeg is missing";
@@ -51,7 +45,7 @@ protected:
         test::WriteAll(path, content);
         DamagedFile file;
         EXPECT_TRUE(file.open(path));
-        return CollectAacRun(file, 0, content.size(), config, GetParam());
+        return CollectAacRun(file, 0, content.size(), config);
     }
 
     test::TempDir dir_;
@@ -60,12 +54,12 @@ protected:
     std::vector<PacketRecord> packets_;
 };
 
-TEST_P(AacRecognition, FindsEveryFrameOfTheMediaDataAsTheDemuxerDoes) {
+TEST_F(AacRecognition, FindsEveryFrameOfTheMediaDataAsTheDemuxerDoes) {
     const PacketRecord& first = packets_.front();
     const PacketRecord& last = packets_.back();
     DamagedFile file;
     ASSERT_TRUE(file.open(source_));
-    auto found = CollectAacRun(file, first.pos, last.pos + last.size - first.pos, kLcStereo44100, GetParam());
+    auto found = CollectAacRun(file, first.pos, last.pos + last.size - first.pos, kLcStereo44100);
     ASSERT_EQ(found.size(), packets_.size());
     for (size_t i = 0; i < found.size(); ++i) {
         EXPECT_EQ(found[i]->offset, packets_[i].pos) << "frame " << i;
@@ -75,7 +69,7 @@ TEST_P(AacRecognition, FindsEveryFrameOfTheMediaDataAsTheDemuxerDoes) {
     }
 }
 
-TEST_P(AacRecognition, ZeroBytesBetweenFramesLeaveAHole) {
+TEST_F(AacRecognition, ZeroBytesBetweenFramesLeaveAHole) {
     std::vector<uint8_t> content = Frame(5);
     const size_t first = content.size();
     content.insert(content.end(), 10, 0);
@@ -89,16 +83,16 @@ TEST_P(AacRecognition, ZeroBytesBetweenFramesLeaveAHole) {
     EXPECT_EQ(found[1]->size, second.size());
 }
 
-TEST_P(AacRecognition, EmptyAndZeroStretchesGiveNothing) {
+TEST_F(AacRecognition, EmptyAndZeroStretchesGiveNothing) {
     EXPECT_TRUE(Collect({}).empty());
     EXPECT_TRUE(Collect(std::vector<uint8_t>(3000, 0)).empty());
 }
 
-TEST_P(AacRecognition, NoDecoderConfigurationGivesNothing) {
+TEST_F(AacRecognition, NoDecoderConfigurationGivesNothing) {
     EXPECT_TRUE(Collect(Frame(5), {}).empty());
 }
 
-TEST_P(AacRecognition, OffsetsAreThoseOfTheDamagedFile) {
+TEST_F(AacRecognition, OffsetsAreThoseOfTheDamagedFile) {
     std::vector<uint8_t> content(37, 0);
     std::vector<uint8_t> frame = Frame(7);
     content.insert(content.end(), frame.begin(), frame.end());
@@ -106,13 +100,13 @@ TEST_P(AacRecognition, OffsetsAreThoseOfTheDamagedFile) {
     test::WriteAll(path, content);
     DamagedFile file;
     ASSERT_TRUE(file.open(path));
-    auto found = CollectAacRun(file, 30, content.size() - 30, kLcStereo44100, GetParam());
+    auto found = CollectAacRun(file, 30, content.size() - 30, kLcStereo44100);
     ASSERT_EQ(found.size(), 1u);
     EXPECT_EQ(found[0]->offset, 37u);
     EXPECT_EQ(found[0]->size, frame.size());
 }
 
-TEST_P(AacRecognition, AChannelLayoutChangeDoesNotStopTheSearch) {
+TEST_F(AacRecognition, AChannelLayoutChangeDoesNotStopTheSearch) {
     // Two stereo frames, two mono frames of another stream, a stereo frame:
     // the first mono frame makes FAAD2 report a channel configuration change.
     std::string mono = test::MakeFixture("movrepair_aac_mono.mp4",
@@ -155,9 +149,9 @@ TEST_P(AacRecognition, AChannelLayoutChangeDoesNotStopTheSearch) {
 }
 
 // A stretch that is mostly zeros, as in space a camera reserved, with a
-// frame inside the run, one at its end and garbage in between: the fast
-// search passes the zeros in large steps and must land on the same bytes.
-TEST_P(AacRecognition, LongZeroRunsHideNoFrame) {
+// frame inside the run, one at its end and garbage in between: the search
+// passes the zeros in large steps and must land on the frames' bytes.
+TEST_F(AacRecognition, LongZeroRunsHideNoFrame) {
     std::vector<uint8_t> content(200000, 0);
     const std::vector<uint8_t> inner = Frame(8), last = Frame(9);
     std::copy(inner.begin(), inner.end(), content.begin() + 70001);
@@ -170,9 +164,6 @@ TEST_P(AacRecognition, LongZeroRunsHideNoFrame) {
     EXPECT_EQ(found.back()->offset, 200000u);
     EXPECT_EQ(found.back()->size, last.size());
 }
-
-INSTANTIATE_TEST_SUITE_P(PlainAndFast, AacRecognition, ::testing::Values(AacSearch::Plain, AacSearch::Fast),
-                         [](const auto& info) { return SearchName(info.param); });
 
 }  // namespace
 }  // namespace tolmi

@@ -59,7 +59,7 @@ public:
     ProgramRun run(const std::string& arguments) const {
         ProgramRun result;
         const auto start = std::chrono::steady_clock::now();
-        result.output = CaptureCommand("LANG=en_US.UTF-8 timeout -k 5 " + std::to_string(int(HangLimit(120))) + " " +
+        result.output = CaptureCommand("LANG=en_US.UTF-8 timeout -k 5 " + std::to_string(int(HangLimit(300))) + " " +
                                            userPrefix_ + ShellQuote(binary()) + " " + arguments + " 2>&1 </dev/null",
                                        &result.status);
         result.seconds = SecondsSince(start);
