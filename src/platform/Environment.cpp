@@ -63,7 +63,9 @@ std::string Environment::ModuleDir() {
     return DirName(ModuleFilePath());
 }
 
-bool Environment::IsPortable() { return IsDir(JoinPath(ModuleDir(), "lg")); }
+bool Environment::IsPortable() {
+    return IsDir(JoinPath(ModuleDir(), "lg")) || !IsDir(JoinPath(InstalledPath("share"), "lg"));
+}
 
 std::string Environment::LanguageDir() {
     return IsPortable() ? JoinPath(ModuleDir(), "lg") : JoinPath(InstalledPath("share"), "lg");

@@ -16,9 +16,10 @@ public:
     // Free bytes of the file system that holds path; nothing if it cannot be asked.
     static std::optional<uint64_t> FreeSpace(const std::string& path);
 
-    // The files delivered with the program lie beside the executable in a
-    // portable folder (one with "lg" in it), else in the installed share
-    // and libexec folders of the prefix above it.
+    // The files delivered with the program lie in the installed share and
+    // libexec folders of the prefix above the executable when its share
+    // folder holds "lg" and no "lg" lies beside the executable; else the
+    // folder is portable, and they lie beside it.
     static bool IsPortable();
     static std::string LanguageDir();
     static std::string CompanionDir();  // tmplayer and reporting/tmreport
