@@ -77,7 +77,7 @@ void CXBottomSection::placeCancel(bool inRepairPlace) {
 }
 
 void CXBottomSection::resizeEvent(QResizeEvent*) {
-    const int w = width(), h = height(), half = w / 2;
+    const int w = width(), h = height();
     for (CXCmdBtn* button : {repair, pause, save}) button->setGeometry(repairPlace());
     for (CXCmdBtn* button : {back, preview}) button->setGeometry(cancelPlace());
     placeCancel(cancelInRepairPlace_);
@@ -86,7 +86,9 @@ void CXBottomSection::resizeEvent(QResizeEvent*) {
     corruptedLabel->setGeometry(Ltrb(20, 35, w - 430, 55));
     referenceLabel->setGeometry(Ltrb(20, h - 26, w - 330, h - 6));
     aviPathLabel->setGeometry(Ltrb(20, 34, w - 380, 54));
-    addHintLabel->setGeometry(Ltrb(half - 200, 27, half + 200, 52));
+    // Centred on the middle as the 400 pixels around it would be, but as
+    // wide as the section, so that a longer language is not cut.
+    addHintLabel->setGeometry(Ltrb(20, 27, w - 20, 52));
     // The link takes the width of its text, and the question stands right beside it.
     const int linkRight = w - 399 + reportLink->fontMetrics().horizontalAdvance(reportLink->text()) + 4;
     reportLink->setGeometry(Ltrb(w - 399, 31, linkRight, h - 23));

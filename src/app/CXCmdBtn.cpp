@@ -2,6 +2,7 @@
 
 #include <QLinearGradient>
 #include <QPainter>
+#include <algorithm>
 
 #include "app/AppFonts.h"
 #include "app/Look.h"
@@ -46,7 +47,19 @@ void CXCmdBtn::paintEvent(QPaintEvent*) {
     painter.setBrush(gradient);
     painter.drawRoundedRect(body, 4, 4);
     painter.setPen(face.text);
+    painter.setFont(FontThatFits());
     painter.drawText(rect(), Qt::AlignCenter | Qt::TextSingleLine, text());
+}
+
+// A language whose word is wider than the button gets a smaller face, not
+// a word cut at both ends.
+QFont CXCmdBtn::FontThatFits() const {
+    QFont fitting = font();
+    const int room = width() - 2 * kTextMargin;
+    const int needed = fontMetrics().horizontalAdvance(text());
+    if (needed > room && room > 0 && fitting.pixelSize() > 0)
+        fitting.setPixelSize(std::max(1, fitting.pixelSize() * room / needed));
+    return fitting;
 }
 
 }  // namespace tolmi

@@ -13,6 +13,10 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+
+private:
+    static constexpr int kTextMargin = 8;  // free on each side of the text
+    QFont FontThatFits() const;
 };
 
 }  // namespace tolmi

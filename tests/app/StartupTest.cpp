@@ -163,6 +163,10 @@ void StartupTest::theMenusOfTheHeader() {
     menu->close();
     QCOMPARE(h.find<CXCmdBtn>("addFileButton")->text(), QString("Datei hinzufügen"));
     QCOMPARE(h.find<CXStatic>("titleLabel")->text(), QString("Video zum Reparieren auswählen"));
+    // The longer German hint is shown whole.
+    auto* hint = h.find<CXStatic>("addHintLabel");
+    QVERIFY(hint->fontMetrics().horizontalAdvance(hint->text()) <= hint->width());
+    Screenshot(h.frame(), "idle_german");
 }
 
 }  // namespace tolmi::test

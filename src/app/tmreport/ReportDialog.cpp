@@ -52,6 +52,7 @@ ReportDialog::ReportDialog(ReportInput input) : input_(std::move(input)) {
     form->addRow("File:", new QLabel(input_.fileName, this));
     auto* text = new QPlainTextEdit(ReportText(input_), this);
     text->setReadOnly(true);
+    text->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);  // long lines wrap
     text->setObjectName("reportText");
     auto* hint = new QLabel("Save the report and send it to the maker's support with your own words.", this);
     hint->setWordWrap(true);
