@@ -61,7 +61,7 @@ std::optional<LostVideoStream> VideoStreamOfFrame(std::span<const uint8_t> frame
     size_t codeEnd = 0;
     if (!StartsWithStartCode(frame, codeEnd)) return std::nullopt;
     const uint8_t code = frame[codeEnd];
-    // MPEG-4 Part 2: a visual object sequence, a picture, or a video object
+    // MPEG-4 Visual (ISO/IEC 14496-2): a visual object sequence, a picture, or a video object
     // (layer) start code, where a frame of a stream begins.
     if (codeEnd == 3 && (code == 0xB0 || code == 0xB6 || code <= 0x2F))
         return LostVideoStream{AviTag("FMP4"), kStandardWidth, kStandardHeight};

@@ -18,7 +18,7 @@ struct LostVideoStream {
 };
 
 // The stream told by the first bytes of one of its frames: a JPEG picture
-// (with its size from the frame header), MPEG-4 Part 2 or H.264 in start
+// (with its size from the frame header), MPEG-4 Visual or H.264 in start
 // codes. Nothing when the frame is none of them.
 std::optional<LostVideoStream> VideoStreamOfFrame(std::span<const uint8_t> frame);
 
