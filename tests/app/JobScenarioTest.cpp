@@ -1,6 +1,7 @@
 // Whole jobs through the window, driven as a user drives them, on files
 // that ffmpeg makes: each scenario picks a file, starts the repair (held at
-// 30 % as on a slow disk, so that the user can act on a running job), does
+// its first figure shown, as on a slow disk, so that the user can act on a
+// running job; on a busy machine the figure may leap far ahead), does
 // what the user does, and ends with the messages the user saw, the state
 // the window shows and what is left on the disk.
 
@@ -306,10 +307,10 @@ void JobScenarioTest::scenario() {
         run.h.click("referenceButton");
     }
     if (scenario.beforeRepair) scenario.beforeRepair(run);
-    run.h.holdWorkerAt(30);
+    run.h.holdWorkerAt(1);
     run.h.click("repairButton");
     if (scenario.whileRunning) {
-        QTRY_VERIFY_WITH_TIMEOUT(run.shownPercent() >= 30, HangLimitMs(60));
+        QTRY_VERIFY_WITH_TIMEOUT(run.shownPercent() > 0, HangLimitMs(60));
         QCOMPARE(Session().State(), JobState::Running);
         scenario.whileRunning(run);
         if (QTest::currentTestFailed()) return;
